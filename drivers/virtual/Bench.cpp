@@ -1,0 +1,58 @@
+#include "virtual/Bench.h"
+
+#include <array>
+#include <stdexcept>
+
+namespace brevant::virt {
+
+namespace {
+
+// Device types as the vendor driver numbers them; USB IDs are 0403 with the
+// part's product ID. FIFO sizes are the larger figures published.
+constexpr std::array<PartModel, 4> kModels = {{
+    {"FT232H", 1, 8, 0x04036014, "Single RS232-HS", 1024},
+    {"FT2232D", 2, 4, 0x04036010, "Dual RS232", 384},
+    {"FT2232H", 2, 6, 0x04036010, "Dual RS232-HS", 4096},
+    {"FT4232H", 4, 7, 0x04036011, "Quad RS232-HS", 2048},
+}};
+
+}  // namespace
+
+const PartModel& ModelOf(PartKind kind) { return kModels[static_cast<size_t>(kind)]; }
+
+void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locationId,
+                    std::string_view description) {
+  const PartModel& model = ModelOf(kind);
+  const std::string text(description.empty() ? model.description : description);
+  for (int channel = 0; channel < model.channels; ++channel) {
+    DeviceIdentity identity{serialBase, text, locationId + channel, model.type, model.usbId};
+    if (model.channels > 1) {
+      const char letter = static_cast<char>('A' + channel);
+      identity.serialNumber += letter;
+      identity.description += ' ';
+      identity.description += letter;
+    }
+    AddDevice(std::move(identity));
+  }
+}
+
+Channel& Bench::AddDevice(DeviceIdentity identity) {
+  devices_.push_back(std::make_shared<Channel>(std::move(identity), clock_));
+  return *devices_.back();
+}
+
+void Bench::Unplug(int index) {
+  if (index < 0 || index >= DeviceCount()) throw std::out_of_range("no such device to unplug");
+  devices_[static_cast<size_t>(index)]->Unplug();
+  devices_.erase(devices_.begin() + index);
+}
+
+std::shared_ptr<Bench> MakeDefaultBench() {
+  auto bench = std::make_shared<Bench>();
+  bench->AddPart(PartKind::kFT2232H, "BV22H001", 0x0231);
+  bench->AddPart(PartKind::kFT232H, "BV23H002", 0x0114);
+  bench->AddPart(PartKind::kFT4232H, "BV42H003", 0x0121);
+  return bench;
+}
+
+}  // namespace brevant::virt

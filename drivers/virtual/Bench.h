@@ -1,0 +1,71 @@
+// A virtual machine with FTDI parts plugged in: what the virtual driver lists,
+// opens and talks to. Build one in code, or take the default bench:
+//
+//   auto bench = std::make_shared<virt::Bench>();
+//   bench->AddPart(virt::PartKind::kFT2232H, "BV22H001", 0x0231);  // devices 0, 1
+//   brevant::SetDriver(std::make_shared<virt::VirtualDriver>(bench));
+//
+// A bench is not locked by itself: change it only while no driver call runs (the
+// virtual driver serialises its own calls).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "virtual/Channel.h"
+#include "virtual/FaultPlan.h"
+#include "virtual/VirtualClock.h"
+
+namespace brevant::virt {
+
+enum class PartKind { kFT232H, kFT2232D, kFT2232H, kFT4232H };
+
+// Facts of a part: channel count, the driver's device type, USB ID, factory
+// description, and the size of its receive FIFO.
+struct PartModel {
+  std::string_view name;
+  int channels;
+  uint32_t type;
+  uint32_t usbId;
+  std::string_view description;
+  uint32_t rxFifoBytes;
+};
+
+const PartModel& ModelOf(PartKind kind);
+
+class Bench {
+ public:
+  // Plugs in a part: one device per channel at the end of the driver's list.
+  // Channels of a multi-channel part get serial numbers `serialBase` + "A", "B",
+  // ..., descriptions with " A", " B", ... behind the part's description, and
+  // consecutive location IDs from `locationId`. A one-channel part takes both as
+  // they are. An empty `description` means the factory one.
+  void AddPart(PartKind kind, const std::string& serialBase, uint32_t locationId,
+               std::string_view description = {});
+  // Plugs in one device with exactly this identity, for odd topologies.
+  Channel& AddDevice(DeviceIdentity identity);
+
+  // Devices in the driver's list now.
+  int DeviceCount() const { return static_cast<int>(devices_.size()); }
+  Channel& Device(int index) { return *devices_.at(static_cast<size_t>(index)); }
+  std::shared_ptr<Channel> SharedDevice(int index) { return devices_.at(static_cast<size_t>(index)); }
+  // Takes device `index` off the list; later devices move up one place.
+  void Unplug(int index);
+
+  VirtualClock& Clock() { return clock_; }
+  FaultPlan& Faults() { return faults_; }
+
+ private:
+  VirtualClock clock_;
+  FaultPlan faults_;
+  std::vector<std::shared_ptr<Channel>> devices_;
+};
+
+// The built-in bench: a two-channel, a one-channel and a four-channel high-speed
+// part, listed in an order that their locations do not follow.
+std::shared_ptr<Bench> MakeDefaultBench();
+
+}  // namespace brevant::virt

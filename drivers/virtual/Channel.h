@@ -1,0 +1,97 @@
+// One channel of a virtual part: one device in the driver's list.
+//
+// It holds what the driver knows of the device (identity, open state, time-outs,
+// latency, bit mode) and the receive queue the host reads from. Bytes the host
+// writes go to the engine of the current bit mode; its replies are queued with
+// the virtual time at which they reach the host.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "virtual/ChannelEngine.h"
+#include "virtual/StreamPeer.h"
+#include "virtual/VirtualClock.h"
+
+namespace brevant::virt {
+
+// What FT_ListDevices and FT_GetDeviceInfo tell of a device.
+struct DeviceIdentity {
+  std::string serialNumber;
+  std::string description;
+  uint32_t locationId = 0;
+  uint32_t type = 0;   // driver's device type, e.g. 6 for a two-channel high-speed part
+  uint32_t usbId = 0;  // vendor << 16 | product
+};
+
+// The driver-side settings of a channel after power-up.
+struct ChannelSettings {
+  uint32_t readTimeoutMs = 0;  // 0: wait without limit
+  uint32_t writeTimeoutMs = 0;
+  uint8_t latencyMs = 16;
+  uint32_t baudRate = 9600;
+  uint8_t mode = 0;
+  uint8_t mask = 0;
+};
+
+class Channel {
+ public:
+  Channel(DeviceIdentity identity, VirtualClock& clock);
+
+  const DeviceIdentity& Identity() const { return identity_; }
+  ChannelSettings& Settings() { return settings_; }
+  const ChannelSettings& Settings() const { return settings_; }
+
+  bool IsOpen() const { return open_; }
+  void SetOpen(bool open) { open_ = open; }
+  // False once unplugged: the handle then fails every call but FT_Close.
+  bool IsPresent() const { return present_; }
+  void Unplug() { present_ = false; }
+
+  // The stream peer, engine of bit mode 0 (245 FIFO) and 0x10 (opto).
+  StreamPeer& Peer() { return *peer_; }
+  // Puts `engine` behind the channel in bit mode `mode`.
+  void SetEngine(uint8_t mode, std::shared_ptr<ChannelEngine> engine);
+
+  // Host side, called by the driver.
+  void SetBitMode(uint8_t mask, uint8_t mode);
+  void HostWrite(std::span<const uint8_t> bytes);
+  // Fills `out` from the receive queue, waiting in virtual time up to the read
+  // time-out; returns how many bytes it gave.
+  uint32_t HostRead(std::span<uint8_t> out);
+  // Bytes that have reached the host by now.
+  uint32_t Available() const;
+  void PurgeReceive() { pending_.clear(); }
+  // Back to power-up settings with empty queues; the driver's time-outs stay.
+  void Reset();
+  uint8_t Pins() const;
+
+  // Engine side: queue bytes for the host, arriving after the latency timer.
+  void Deliver(std::span<const uint8_t> bytes);
+  int64_t Now() const { return clock_.Now(); }
+
+ private:
+  struct Pending {
+    int64_t arrivalUs;
+    std::vector<uint8_t> bytes;
+    size_t taken = 0;
+  };
+
+  ChannelEngine* CurrentEngine() const;
+
+  DeviceIdentity identity_;
+  VirtualClock& clock_;
+  ChannelSettings settings_;
+  bool open_ = false;
+  bool present_ = true;
+  std::shared_ptr<StreamPeer> peer_;
+  std::map<uint8_t, std::shared_ptr<ChannelEngine>> engines_;
+  std::deque<Pending> pending_;
+};
+
+}  // namespace brevant::virt

@@ -1,0 +1,74 @@
+// Faults to inject into a bench's driver calls: the n-th call of a function
+// returns a status, writes or reads short, or a device vanishes before it runs.
+//
+//   bench.Faults().Add({.call = Call::kWrite, .nth = 2, .status = ft::kIoError});
+//   bench.Faults().Add({.call = Call::kRead, .nth = 1, .kind = FaultKind::kShortRead,
+//                       .count = 3});
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "gateway/Ftd2xx.h"
+
+namespace brevant::virt {
+
+// The driver functions, one each.
+enum class Call {
+  kListDevices,
+  kOpen,
+  kClose,
+  kResetDevice,
+  kResetPort,
+  kCyclePort,
+  kSetTimeouts,
+  kGetDeviceInfo,
+  kGetStatus,
+  kGetQueueStatus,
+  kPurge,
+  kWrite,
+  kRead,
+  kSetBaudRate,
+  kGetLatencyTimer,
+  kSetLatencyTimer,
+  kGetBitMode,
+  kSetBitMode,
+};
+inline constexpr int kCallCount = 18;
+
+std::string_view CallName(Call call);
+
+enum class FaultKind {
+  kStatus,      // the call does nothing and returns `status`
+  kShortWrite,  // FT_Write takes only `count` bytes and reports kOk
+  kShortRead,   // FT_Read returns at most `count` bytes and reports kOk
+  kVanish,      // device `device` of the list is unplugged, then the call runs
+};
+
+struct Fault {
+  Call call = Call::kWrite;
+  int nth = 1;  // counted from 1, per function, over the whole bench
+  FaultKind kind = FaultKind::kStatus;
+  FtStatus status = ft::kIoError;
+  uint32_t count = 0;
+  int device = 0;
+};
+
+class FaultPlan {
+ public:
+  void Add(const Fault& fault) { faults_.push_back(fault); }
+  void Clear();
+  // Counts one more call of `call` and returns the fault planned for it, if any.
+  std::optional<Fault> Next(Call call);
+  // How often `call` was made since the bench was built or cleared.
+  int Calls(Call call) const { return calls_[static_cast<int>(call)]; }
+
+ private:
+  std::vector<Fault> faults_;
+  std::array<int, kCallCount> calls_{};
+};
+
+}  // namespace brevant::virt

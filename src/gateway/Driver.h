@@ -1,0 +1,24 @@
+// The process's driver: which Ftd2xx backend new gateways talk to.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "gateway/Ftd2xx.h"
+
+namespace brevant {
+
+// The driver for a gateway created now. The first call without a driver set
+// makes one from BREVANT_DRIVER (empty or unset: the default backend).
+std::shared_ptr<Ftd2xx> CurrentDriver();
+
+// Puts `driver` in place for gateways created from now on; those that exist keep
+// theirs. Tests use it to run the library against a bench they built.
+void SetDriver(std::shared_ptr<Ftd2xx> driver);
+
+// Makes the backend for a choice such as "virtual"; empty means the default.
+// Throws brevant::Error naming the choice when it is unknown or cannot load.
+// Defined by the driver factory, the one place that knows the backends.
+std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice);
+
+}  // namespace brevant
