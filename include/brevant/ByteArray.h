@@ -42,10 +42,18 @@ class ByteArray {
   void Erase();
 
   // True when the array has an element with index 0.
-  bool HasElementZero() const;
-  // The elements from index 0 to the upper bound; error 9 without element 0.
-  std::span<uint8_t> FromElementZero();
-  std::span<const uint8_t> FromElementZero() const;
+  bool HasElementZero() const {
+    return allocated_ && lower_ <= 0 && static_cast<int64_t>(lower_) + Count() > 0;
+  }
+  // The elements from index 0 to the upper bound; empty when there is no
+  // element 0, since an array that has one has at least that element.
+  std::span<uint8_t> FromElementZero() {
+    if (!HasElementZero()) return {};
+    return std::span<uint8_t>(bytes_).subspan(static_cast<size_t>(-static_cast<int64_t>(lower_)));
+  }
+  std::span<const uint8_t> FromElementZero() const {
+    return const_cast<ByteArray&>(*this).FromElementZero();
+  }
 
   // All elements, lower bound first.
   std::span<const uint8_t> Elements() const { return bytes_; }

@@ -6,11 +6,15 @@ namespace brevant {
 
 namespace {
 
-[[noreturn]] void OutOfRange() { throw Error::Generic(kErrSubscriptOutOfRange, "ByteArray"); }
+[[noreturn]] void OutOfRange() {
+  throw Error::Generic(kErrSubscriptOutOfRange, "ByteArray");
+}
 
 }  // namespace
 
-ByteArray::ByteArray(int32_t lowerBound, int32_t count) { Redim(lowerBound, count); }
+ByteArray::ByteArray(int32_t lowerBound, int32_t count) {
+  Redim(lowerBound, count);
+}
 
 ByteArray::ByteArray(std::initializer_list<uint8_t> bytes)
     : bytes_(bytes), lower_(0), allocated_(true) {}
@@ -53,19 +57,6 @@ void ByteArray::Erase() {
   bytes_.shrink_to_fit();
   lower_ = 0;
   allocated_ = false;
-}
-
-bool ByteArray::HasElementZero() const {
-  return allocated_ && lower_ <= 0 && static_cast<int64_t>(lower_) + bytes_.size() > 0;
-}
-
-std::span<uint8_t> ByteArray::FromElementZero() {
-  if (!HasElementZero()) OutOfRange();
-  return std::span<uint8_t>(bytes_).subspan(static_cast<size_t>(-static_cast<int64_t>(lower_)));
-}
-
-std::span<const uint8_t> ByteArray::FromElementZero() const {
-  return const_cast<ByteArray&>(*this).FromElementZero();
 }
 
 }  // namespace brevant

@@ -28,6 +28,8 @@ void SetDriver(std::shared_ptr<Ftd2xx> driver) {
   current_driver = std::move(driver);
 }
 
-void UseDriver(std::string_view choice) { SetDriver(MakeDriver(choice)); }
+void UseDriver(std::string_view choice) {
+  SetDriver(MakeDriver(choice));
+}
 
 }  // namespace brevant

@@ -5,31 +5,52 @@
 #include <concepts>
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace brevant {
 
+// The data part of the FT_Write and FT_Read lines: two upper-case hex digits a
+// byte, one blank between, none at the end; empty for no bytes.
+std::string FTBufferText(std::span<const uint8_t> bytes);
+
 // One value for TextSubstitute: a string as it is, a number in decimal, a Boolean
-// as True or False. Strings are borrowed, not copied, for the length of the call.
+// as True or False, or a byte dump as FTBufferText gives it. Strings and bytes are
+// borrowed, not copied, for the length of the call.
 class TextValue {
  public:
+  // A dump is written straight into the finished text, so a 64 KiB write costs
+  // one allocation and one pass however long its line.
+  static TextValue Dump(std::span<const uint8_t> bytes) { return TextValue(bytes); }
+
   TextValue(std::string_view text) : view_(text) {}
   TextValue(const std::string& text) : view_(text) {}
   TextValue(const char* text) : view_(text) {}
   TextValue(bool value) : view_(value ? "True" : "False") {}
   template <std::integral T>
-    requires(!std::same_as<T, bool>)
-  TextValue(T value) : owned_(std::to_string(value)), owns_(true) {}
+  requires(!std::same_as<T, bool>) TextValue(T value)
+      : owned_(std::to_string(value)), owns_(true) {}
+  TextValue(TextValue&&) = default;
   TextValue(const TextValue&) = delete;
   TextValue& operator=(const TextValue&) = delete;
 
-  std::string_view View() const { return owns_ ? std::string_view(owned_) : view_; }
+  // The text; a dump is made on first use.
+  std::string_view View() const;
+  size_t Size() const;
+  // Writes the Size() characters of the text to `out`.
+  void WriteTo(char* out) const;
+  bool HoldsPercent() const;
 
  private:
+  explicit TextValue(std::span<const uint8_t> bytes) : dump_(bytes), isDump_(true) {}
+
   std::string_view view_;
-  std::string owned_;
-  bool owns_ = false;
+  mutable std::string owned_;
+  mutable bool owns_ = false;
+  std::span<const uint8_t> dump_;
+  bool isDump_ = false;
 };
 
 // Replaces every "%1" of `Template` by the first value, then every "%2" by the
@@ -38,8 +59,8 @@ class TextValue {
 std::string TextSubstitute(std::string_view Template, std::initializer_list<TextValue> values);
 
 template <typename... Values>
-std::string TextSubstitute(std::string_view Template, const Values&... values) {
-  return TextSubstitute(Template, {TextValue(values)...});
+std::string TextSubstitute(std::string_view Template, Values&&... values) {
+  return TextSubstitute(Template, {TextValue(std::forward<Values>(values))...});
 }
 
 // Upper-case hexadecimal of `Value` (negatives as 32-bit two's complement), with

@@ -19,10 +19,10 @@ namespace ft {
 
 // Driver statuses. The texts of each live in FtStatus.cpp.
 inline constexpr FtStatus kOk = 0;
-inline constexpr FtStatus kInvalidHandle = 1;            // a handle the driver doesn't know
-inline constexpr FtStatus kDeviceNotFound = 2;           // no device at that index
-inline constexpr FtStatus kDeviceNotOpened = 3;          // open failed, e.g. already in use
-inline constexpr FtStatus kIoError = 4;                  // USB transfer failed, device gone
+inline constexpr FtStatus kInvalidHandle = 1;    // a handle the driver doesn't know
+inline constexpr FtStatus kDeviceNotFound = 2;   // no device at that index
+inline constexpr FtStatus kDeviceNotOpened = 3;  // open failed, e.g. already in use
+inline constexpr FtStatus kIoError = 4;          // USB transfer failed, device gone
 inline constexpr FtStatus kInsufficientResources = 5;
 inline constexpr FtStatus kInvalidParameter = 6;
 inline constexpr FtStatus kInvalidBaudRate = 7;
@@ -83,14 +83,12 @@ class Ftd2xx {
   virtual FtStatus FT_CyclePort(FtHandle handle) = 0;
 
   // Bounds FT_Read and FT_Write, in milliseconds; 0 means wait without limit.
-  virtual FtStatus FT_SetTimeouts(FtHandle handle, uint32_t readTimeout,
-                                  uint32_t writeTimeout) = 0;
+  virtual FtStatus FT_SetTimeouts(FtHandle handle, uint32_t readTimeout, uint32_t writeTimeout) = 0;
 
   // Type, USB ID (vendor << 16 | product), and serial number and description into
   // two buffers of ft::kTextBufferSize bytes. `reserved` is always null.
   virtual FtStatus FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32_t* id,
-                                    char* serialNumber, char* description,
-                                    void* reserved) = 0;
+                                    char* serialNumber, char* description, void* reserved) = 0;
 
   // Bytes in the receive and transmit queues, and the event status.
   virtual FtStatus FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_t* txBytes,
@@ -107,8 +105,7 @@ class Ftd2xx {
   // Receives up to `count` bytes into `buffer` from its start. Blocks until
   // `count` bytes have come or the read time-out has passed; on a time-out it
   // returns kOk with `read` below `count`. Bytes past `read` are left untouched.
-  virtual FtStatus FT_Read(FtHandle handle, void* buffer, uint32_t count,
-                           uint32_t* read) = 0;
+  virtual FtStatus FT_Read(FtHandle handle, void* buffer, uint32_t count, uint32_t* read) = 0;
 
   virtual FtStatus FT_SetBaudRate(FtHandle handle, uint32_t baudRate) = 0;
   // The chip flushes a partial packet to the host after this many milliseconds.

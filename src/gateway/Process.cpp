@@ -4,8 +4,14 @@
 
 namespace brevant {
 
-int16_t Process::Major() const { return version::kMajor; }
-int16_t Process::Minor() const { return version::kMinor; }
-int16_t Process::Revision() const { return version::kRevision; }
+int16_t Process::Major() const {
+  return version::kMajor;
+}
+int16_t Process::Minor() const {
+  return version::kMinor;
+}
+int16_t Process::Revision() const {
+  return version::kRevision;
+}
 
 }  // namespace brevant

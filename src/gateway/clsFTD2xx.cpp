@@ -20,31 +20,11 @@ void* IndexArgument(int32_t DeviceNumber) {
   return reinterpret_cast<void*>(static_cast<intptr_t>(DeviceNumber));
 }
 
-int32_t Signed(uint32_t value) { return static_cast<int32_t>(value); }
-
-// "00".."FF" for each byte value, so a dump costs one table copy a byte.
-constexpr std::array<char, 512> MakeHexPairs() {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::array<char, 512> pairs{};
-  for (int value = 0; value < 256; ++value) {
-    pairs[2 * value] = kDigits[value >> 4];
-    pairs[2 * value + 1] = kDigits[value & 0xF];
-  }
-  return pairs;
+int32_t Signed(uint32_t value) {
+  return static_cast<int32_t>(value);
 }
-constexpr std::array<char, 512> kHexPairs = MakeHexPairs();
 
 }  // namespace
-
-std::string FTBufferText(std::span<const uint8_t> bytes, int32_t Length) {
-  if (Length <= 0) return {};
-  std::string text(3 * static_cast<size_t>(Length) - 1, ' ');
-  char* out = text.data();
-  for (int32_t i = 0; i < Length; ++i, out += 3) {
-    std::memcpy(out, &kHexPairs[2 * bytes[i]], 2);
-  }
-  return text;
-}
 
 std::string FTCutString(std::span<const char> buffer) {
   const void* nul = std::memchr(buffer.data(), '\0', buffer.size());
@@ -107,7 +87,8 @@ int32_t clsFTD2xx::FTListNumDevices() {
 
 std::string clsFTD2xx::ListText(int32_t DeviceNumber, uint32_t flags) {
   std::array<char, ft::kTextBufferSize> buffer{};
-  const int32_t status = Signed(driver_->FT_ListDevices(IndexArgument(DeviceNumber), buffer.data(), flags));
+  const int32_t status =
+      Signed(driver_->FT_ListDevices(IndexArgument(DeviceNumber), buffer.data(), flags));
   std::string text = FTCutString(buffer);
   if (LogSink) {
     LogCall(TextSubstitute("FT_ListDevices (%1, \"%2\", 0x%3) = %4", DeviceNumber, text,
@@ -128,7 +109,8 @@ std::string clsFTD2xx::FTListDescription(int32_t DeviceNumber) {
 int32_t clsFTD2xx::FTListLocationID(int32_t DeviceNumber) {
   constexpr uint32_t flags = ft::kListByIndex | ft::kOpenByLocation;
   uint32_t location = 0;
-  const int32_t status = Signed(driver_->FT_ListDevices(IndexArgument(DeviceNumber), &location, flags));
+  const int32_t status =
+      Signed(driver_->FT_ListDevices(IndexArgument(DeviceNumber), &location, flags));
   if (LogSink) {
     LogCall(TextSubstitute("FT_ListDevices (%1, 0x%2, 0x%3) = %4", DeviceNumber,
                            HexText(Signed(location), 8), HexText(Signed(flags), 8), status));
@@ -185,11 +167,11 @@ void clsFTD2xx::FTCyclePort() {
 
 void clsFTD2xx::FTSetTimeouts(int32_t Read, int32_t Write) {
   RequireOpened();
-  const int32_t status =
-      Signed(driver_->FT_SetTimeouts(Handle, static_cast<uint32_t>(Read), static_cast<uint32_t>(Write)));
+  const int32_t status = Signed(
+      driver_->FT_SetTimeouts(Handle, static_cast<uint32_t>(Read), static_cast<uint32_t>(Write)));
   if (LogSink) {
-    LogCall(TextSubstitute("FT_SetTimeouts (0x%1, %2, %3) = %4", HandleText(), Read, Write,
-                           status));
+    LogCall(
+        TextSubstitute("FT_SetTimeouts (0x%1, %2, %3) = %4", HandleText(), Read, Write, status));
   }
   FTCheckStatus(status);
   TimeoutRead = Read;
@@ -214,16 +196,16 @@ int32_t clsFTD2xx::FTTimeoutWrite() const {
   return TimeoutWrite;
 }
 
-void clsFTD2xx::FTGetDeviceInfo(int32_t& DeviceType, int32_t& DeviceID,
-                                std::string& SerialNumber, std::string& Description) {
+void clsFTD2xx::FTGetDeviceInfo(int32_t& DeviceType, int32_t& DeviceID, std::string& SerialNumber,
+                                std::string& Description) {
   RequireOpened();
   // The driver writes its out values straight into the caller's arguments.
   uint32_t type = static_cast<uint32_t>(DeviceType);
   uint32_t id = static_cast<uint32_t>(DeviceID);
   std::array<char, ft::kTextBufferSize> serial{};
   std::array<char, ft::kTextBufferSize> description{};
-  const int32_t status =
-      Signed(driver_->FT_GetDeviceInfo(Handle, &type, &id, serial.data(), description.data(), nullptr));
+  const int32_t status = Signed(
+      driver_->FT_GetDeviceInfo(Handle, &type, &id, serial.data(), description.data(), nullptr));
   DeviceType = Signed(type);
   DeviceID = Signed(id);
   SerialNumber = FTCutString(serial);
@@ -275,9 +257,8 @@ void clsFTD2xx::FTPurge(bool Rx, bool Tx) {
 std::span<uint8_t> clsFTD2xx::TransferBytes(ByteArray& Buffer, int32_t Length) const {
   // Nothing may ever reach past the client's array, so a Length the array can't
   // hold is refused like a missing element 0.
-  if (!Buffer.HasElementZero()) throw Error::Generic(kErrSubscriptOutOfRange, kSource);
-  std::span<uint8_t> bytes = Buffer.FromElementZero();
-  if (Length < 0 || static_cast<size_t>(Length) > bytes.size()) {
+  const std::span<uint8_t> bytes = Buffer.FromElementZero();
+  if (bytes.empty() || Length < 0 || static_cast<size_t>(Length) > bytes.size()) {
     throw Error::Generic(kErrSubscriptOutOfRange, kSource);
   }
   return bytes;
@@ -291,7 +272,8 @@ void clsFTD2xx::FTWrite(ByteArray& Buffer, int32_t Length) {
       Signed(driver_->FT_Write(Handle, bytes.data(), static_cast<uint32_t>(Length), &written));
   if (LogSink) {
     LogCall(TextSubstitute("FT_Write (0x%1, 0x{%2}, %3, %4) = %5", HandleText(),
-                           FTBufferText(bytes, Length), Length, Signed(written), status));
+                           TextValue::Dump(bytes.first(static_cast<size_t>(Length))), Length,
+                           Signed(written), status));
   }
   FTCheckStatus(status);
   if (written != static_cast<uint32_t>(Length)) {
@@ -308,7 +290,8 @@ void clsFTD2xx::FTRead(ByteArray& Buffer, int32_t Length, int32_t& BytesRead) {
   BytesRead = Signed(read);
   if (LogSink) {
     LogCall(TextSubstitute("FT_Read (0x%1, 0x{%2}, %3, %4) = %5", HandleText(),
-                           FTBufferText(bytes, Length), Length, BytesRead, status));
+                           TextValue::Dump(bytes.first(static_cast<size_t>(Length))), Length,
+                           BytesRead, status));
   }
   FTCheckStatus(status);
 }
@@ -316,7 +299,8 @@ void clsFTD2xx::FTRead(ByteArray& Buffer, int32_t Length, int32_t& BytesRead) {
 void clsFTD2xx::FTSetBaudRate(int32_t Rate) {
   RequireOpened();
   const int32_t status = Signed(driver_->FT_SetBaudRate(Handle, static_cast<uint32_t>(Rate)));
-  if (LogSink) LogCall(TextSubstitute("FT_SetBaudRate (0x%1, %2) = %3", HandleText(), Rate, status));
+  if (LogSink)
+    LogCall(TextSubstitute("FT_SetBaudRate (0x%1, %2) = %3", HandleText(), Rate, status));
   FTCheckStatus(status);
   BaudRate = Rate;
   BaudRateSet = true;
@@ -353,8 +337,8 @@ uint8_t clsFTD2xx::FTGetBitMode() {
   uint8_t pins = 0;
   const int32_t status = Signed(driver_->FT_GetBitMode(Handle, &pins));
   if (LogSink) {
-    LogCall(TextSubstitute("FT_GetBitMode(0x%1, 0x%2) = %3", HandleText(), HexText(pins, 2),
-                           status));
+    LogCall(
+        TextSubstitute("FT_GetBitMode(0x%1, 0x%2) = %3", HandleText(), HexText(pins, 2), status));
   }
   FTCheckStatus(status);
   return pins;
@@ -364,8 +348,8 @@ void clsFTD2xx::FTSetBitMode(uint8_t Mask, uint8_t Mode) {
   RequireOpened();
   const int32_t status = Signed(driver_->FT_SetBitMode(Handle, Mask, Mode));
   if (LogSink) {
-    LogCall(TextSubstitute("FT_SetBitMode (0x%1, 0x%2, 0x%3) = %4", HandleText(),
-                           HexText(Mask, 2), HexText(Mode, 2), status));
+    LogCall(TextSubstitute("FT_SetBitMode (0x%1, 0x%2, 0x%3) = %4", HandleText(), HexText(Mask, 2),
+                           HexText(Mode, 2), status));
   }
   FTCheckStatus(status);
   BitMode = Mode;

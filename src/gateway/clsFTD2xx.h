@@ -94,11 +94,6 @@ class clsFTD2xx {
   std::shared_ptr<icLog> LogSink;
 };
 
-// The data part of the FT_Write and FT_Read lines: two upper-case hex digits a
-// byte, one blank between, the first `Length` bytes of `bytes`. Built once at
-// full length and filled in place.
-std::string FTBufferText(std::span<const uint8_t> bytes, int32_t Length);
-
 // Cuts a driver text buffer at its first NUL; all of it when there is none.
 std::string FTCutString(std::span<const char> buffer);
 
