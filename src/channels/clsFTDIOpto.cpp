@@ -1,6 +1,6 @@
 #include "brevant/clsFTDIOpto.h"
 
-#include "channels/ChannelLife.h"
+#include "gateway/clsFTD2xx.h"
 
 namespace brevant {
 
@@ -14,36 +14,12 @@ constexpr uint8_t kResetMode = 0x00;
 
 }  // namespace
 
-clsFTDIOpto::clsFTDIOpto() : Gateway(std::make_unique<clsFTD2xx>()) {}
-
-// The gateway's own release closes a device that is still open.
-clsFTDIOpto::~clsFTDIOpto() = default;
-
 void clsFTDIOpto::Initialize(int16_t DeviceNumber) {
-  StartChannel(*Gateway, DeviceNumber, kOptoMask, kOptoMode);
-}
-
-void clsFTDIOpto::SetTimeOuts(int32_t TimeoutRead, int32_t TimeoutWrite) {
-  Gateway->FTSetTimeouts(TimeoutRead, TimeoutWrite);
+  Start(DeviceNumber, kOptoMask, kOptoMode);
 }
 
 void clsFTDIOpto::Reset(bool Value) {
   Gateway->FTSetBitMode(kOptoMask, Value ? kOptoMode : kResetMode);
 }
-
-void clsFTDIOpto::PurgeQueueTx() { Gateway->FTPurge(false, true); }
-void clsFTDIOpto::PurgeQueueRx() { Gateway->FTPurge(true, false); }
-void clsFTDIOpto::PurgeQueues() { Gateway->FTPurge(true, true); }
-
-void clsFTDIOpto::DataWrite(ByteArray& Buffer, int32_t Length) { Gateway->FTWrite(Buffer, Length); }
-
-void clsFTDIOpto::DataRead(ByteArray& Buffer, int32_t Length, int32_t& BytesRead) {
-  Gateway->FTRead(Buffer, Length, BytesRead);
-}
-
-void clsFTDIOpto::Terminate() { EndChannel(*Gateway); }
-
-std::shared_ptr<icLog> clsFTDIOpto::Log() const { return Gateway->Log(); }
-void clsFTDIOpto::Log(std::shared_ptr<icLog> Value) { Gateway->Log(std::move(Value)); }
 
 }  // namespace brevant

@@ -141,28 +141,24 @@ void clsFTD2xx::FTClose() {
   ForgetSettings();
 }
 
-void clsFTD2xx::FTResetDevice() {
+void clsFTD2xx::ResetCall(std::string_view Template, FtStatus (Ftd2xx::*call)(FtHandle)) {
   RequireOpened();
-  const int32_t status = Signed(driver_->FT_ResetDevice(Handle));
-  if (LogSink) LogCall(TextSubstitute("FT_ResetDevice (0x%1) = %2", HandleText(), status));
+  const int32_t status = Signed((*driver_.*call)(Handle));
+  if (LogSink) LogCall(TextSubstitute(Template, HandleText(), status));
   FTCheckStatus(status);
   ForgetSettings();
+}
+
+void clsFTD2xx::FTResetDevice() {
+  ResetCall("FT_ResetDevice (0x%1) = %2", &Ftd2xx::FT_ResetDevice);
 }
 
 void clsFTD2xx::FTResetPort() {
-  RequireOpened();
-  const int32_t status = Signed(driver_->FT_ResetPort(Handle));
-  if (LogSink) LogCall(TextSubstitute("FT_ResetPort (0x%1) = %2", HandleText(), status));
-  FTCheckStatus(status);
-  ForgetSettings();
+  ResetCall("FT_ResetPort (0x%1) = %2", &Ftd2xx::FT_ResetPort);
 }
 
 void clsFTD2xx::FTCyclePort() {
-  RequireOpened();
-  const int32_t status = Signed(driver_->FT_CyclePort(Handle));
-  if (LogSink) LogCall(TextSubstitute("FT_CyclePort (0x%1) = %2", HandleText(), status));
-  FTCheckStatus(status);
-  ForgetSettings();
+  ResetCall("FT_CyclePort (0x%1) = %2", &Ftd2xx::FT_CyclePort);
 }
 
 void clsFTD2xx::FTSetTimeouts(int32_t Read, int32_t Write) {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "brevant/ByteArray.h"
 #include "brevant/icLog.h"
@@ -80,6 +81,8 @@ class clsFTD2xx {
   std::string ListText(int32_t DeviceNumber, uint32_t flags);
   std::string HandleText() const;
   void ForgetSettings();
+  // The three resets: each forgets what was set in this open.
+  void ResetCall(std::string_view Template, FtStatus (Ftd2xx::*call)(FtHandle));
 
   std::shared_ptr<Ftd2xx> driver_;
   bool Opened = false;
