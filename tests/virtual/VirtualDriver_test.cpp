@@ -1,0 +1,166 @@
+// The virtual driver used directly, as the gateway uses it: the vendor driver's
+// list, statuses, read time-out, purge and resets on the default bench (seven
+// devices: two-channel part A/B, one-channel part, four-channel part A to D).
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <tuple>
+
+#include "support/BenchTest.h"
+
+namespace brevant::testing {
+namespace {
+
+void* Index(int index) {
+  return reinterpret_cast<void*>(static_cast<intptr_t>(index));
+}
+
+class VirtualDriverTest : public BenchTest {
+ protected:
+  FtHandle Open(int index) {
+    FtHandle handle = nullptr;
+    EXPECT_EQ(driver->FT_Open(index, &handle), ft::kOk);
+    return handle;
+  }
+  // The text up to its NUL. Byte 64 holds '#', so a text that fills all 64 bytes
+  // without a NUL comes back with '#' behind it; an overrun would show too.
+  std::string Text(int index, uint32_t by) {
+    std::array<char, ft::kTextBufferSize + 1> buffer;
+    buffer.fill('#');
+    EXPECT_EQ(driver->FT_ListDevices(Index(index), buffer.data(), ft::kListByIndex | by), ft::kOk);
+    return std::string(buffer.data(), strnlen(buffer.data(), buffer.size()));
+  }
+  uint32_t Count() {
+    uint32_t count = 0;
+    EXPECT_EQ(driver->FT_ListDevices(&count, nullptr, ft::kListNumberOnly), ft::kOk);
+    return count;
+  }
+  FtStatus Write(FtHandle handle, uint32_t count) {
+    const uint8_t bytes[4] = {1, 2, 3, 4};
+    uint32_t written = 0;
+    return driver->FT_Write(handle, bytes, count, &written);
+  }
+  uint32_t value = 0;  // out value of calls whose answer a test ignores
+};
+
+TEST_F(VirtualDriverTest, ListsEachDeviceAndNoLocationForAnOpenOne) {
+  const struct {
+    int index;
+    const char* serial;
+    const char* description;
+    uint32_t location;
+  } cases[] = {{0, "BV22H001A", "Dual RS232-HS A", 0x231},
+               {1, "BV22H001B", "Dual RS232-HS B", 0x232},
+               {2, "BV23H002", "Single RS232-HS", 0x114},
+               {6, "BV42H003D", "Quad RS232-HS D", 0x124}};
+  EXPECT_EQ(Count(), 7u);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.serial);
+    EXPECT_EQ(Text(c.index, ft::kOpenBySerialNumber), c.serial);
+    EXPECT_EQ(Text(c.index, ft::kOpenByDescription), c.description);
+    for (const uint32_t location : {c.location, 0u}) {
+      driver->FT_ListDevices(Index(c.index), &value, ft::kListByIndex | ft::kOpenByLocation);
+      EXPECT_EQ(value, location);
+      if (location != 0) Open(c.index);
+    }
+  }
+}
+
+TEST_F(VirtualDriverTest, TextEndsWithNulOnlyWhenShorterThan64Bytes) {
+  for (const size_t length : {63u, 64u, 70u}) {
+    SCOPED_TRACE(length);
+    std::string description;
+    for (size_t i = 0; i < length; ++i) description += static_cast<char>('A' + i % 26);
+    bench->AddDevice({.serialNumber = "S", .description = description});
+    EXPECT_EQ(Text(bench->DeviceCount() - 1, ft::kOpenByDescription),
+              length < 64 ? description : description.substr(0, 64) + "#");
+  }
+}
+
+TEST_F(VirtualDriverTest, RefusesWithTheVendorStatuses) {
+  Open(0);
+  FtHandle closed = Open(1);
+  ASSERT_EQ(driver->FT_Close(closed), ft::kOk);
+  FtHandle handle = nullptr;
+  char text[ft::kTextBufferSize];
+  EXPECT_EQ(driver->FT_Open(0, &handle), ft::kDeviceNotOpened);  // in use
+  EXPECT_EQ(driver->FT_Open(7, &handle), ft::kDeviceNotFound);   // past the list
+  EXPECT_EQ(driver->FT_Open(-1, &handle), ft::kDeviceNotFound);
+  EXPECT_EQ(driver->FT_ListDevices(Index(7), text, ft::kListByIndex | ft::kOpenBySerialNumber),
+            ft::kDeviceNotFound);
+  EXPECT_EQ(driver->FT_GetQueueStatus(closed, &value), ft::kInvalidHandle);
+  EXPECT_EQ(driver->FT_Close(closed), ft::kInvalidHandle);
+  EXPECT_EQ(driver->FT_Purge(reinterpret_cast<FtHandle>(0x1234), 0), ft::kInvalidHandle);
+}
+
+TEST_F(VirtualDriverTest, VanishedDeviceLeavesTheListAndFailsItsHandle) {
+  FtHandle handle = Open(0);
+  bench->Faults().Add(
+      {.call = virt::Call::kWrite, .nth = 1, .kind = virt::FaultKind::kVanish, .device = 0});
+  EXPECT_EQ(Write(handle, 1), ft::kIoError);
+  EXPECT_EQ(Count(), 6u);
+  EXPECT_EQ(Text(0, ft::kOpenBySerialNumber), "BV22H001B");
+  EXPECT_EQ(driver->FT_GetQueueStatus(handle, &value), ft::kIoError);
+  EXPECT_EQ(driver->FT_Close(handle), ft::kOk);
+}
+
+TEST_F(VirtualDriverTest, ReadWaitsAtMostItsTimeOutAndReturnsShortWithOk) {
+  FtHandle handle = Open(0);
+  ASSERT_EQ(driver->FT_SetTimeouts(handle, 30, 30), ft::kOk);
+  // Echoes come back after the power-up latency of 16 ms.
+  const struct {
+    const char* name;
+    uint32_t sent, asked, read;
+    int64_t waitedUs;
+  } cases[] = {{"Nothing", 0, 4, 0, 30000},
+               {"TwoOfFour", 2, 4, 2, 30000},
+               {"AllWithinTheTimeOut", 4, 4, 4, 16000},
+               {"NothingAsked", 0, 0, 0, 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ASSERT_EQ(Write(handle, c.sent), ft::kOk);
+    uint8_t buffer[4] = {};
+    const int64_t start = bench->Clock().Now();
+    EXPECT_EQ(driver->FT_Read(handle, buffer, c.asked, &value), ft::kOk);
+    EXPECT_EQ(value, c.read);
+    EXPECT_NEAR(bench->Clock().Now() - start, c.waitedUs, 100);
+  }
+}
+
+TEST_F(VirtualDriverTest, OnlyPurgeRxEmptiesTheReceiveQueue) {
+  FtHandle handle = Open(0);
+  ASSERT_EQ(Write(handle, 3), ft::kOk);
+  bench->Clock().Advance(20000);
+  const struct { uint32_t mask, left; } cases[] = {{0, 3}, {ft::kPurgeTx, 3}, {ft::kPurgeRx, 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.mask);
+    EXPECT_EQ(driver->FT_Purge(handle, c.mask), ft::kOk);
+    EXPECT_EQ(driver->FT_GetQueueStatus(handle, &value), ft::kOk);
+    EXPECT_EQ(value, c.left);
+  }
+}
+
+TEST_F(VirtualDriverTest, ResetsRestorePowerUpSettingsButKeepTheTimeOuts) {
+  FtHandle handle = Open(0);
+  ASSERT_EQ(driver->FT_SetTimeouts(handle, 30, 40), ft::kOk);
+  for (auto reset : {&Ftd2xx::FT_ResetDevice, &Ftd2xx::FT_ResetPort, &Ftd2xx::FT_CyclePort}) {
+    ASSERT_EQ(driver->FT_SetLatencyTimer(handle, 1), ft::kOk);
+    ASSERT_EQ(driver->FT_SetBitMode(handle, 0xEC, 0x10), ft::kOk);
+    ASSERT_EQ(Write(handle, 2), ft::kOk);
+    bench->Clock().Advance(2000);
+    EXPECT_EQ(((*driver).*reset)(handle), ft::kOk);
+    uint8_t latency = 0;
+    EXPECT_EQ(driver->FT_GetLatencyTimer(handle, &latency), ft::kOk);
+    EXPECT_EQ(latency, 16);
+    const virt::ChannelSettings& s = bench->Device(0).Settings();
+    EXPECT_EQ(std::make_tuple(s.mode, s.mask, s.readTimeoutMs, s.writeTimeoutMs),
+              std::make_tuple(uint8_t{0}, uint8_t{0}, 30u, 40u));
+    EXPECT_EQ(driver->FT_GetQueueStatus(handle, &value), ft::kOk);
+    EXPECT_EQ(value, 0u);
+  }
+}
+
+}  // namespace
+}  // namespace brevant::testing
