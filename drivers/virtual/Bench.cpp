@@ -18,7 +18,9 @@ constexpr std::array<PartModel, 4> kModels = {{
 
 }  // namespace
 
-const PartModel& ModelOf(PartKind kind) { return kModels[static_cast<size_t>(kind)]; }
+const PartModel& ModelOf(PartKind kind) {
+  return kModels[static_cast<size_t>(kind)];
+}
 
 void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locationId,
                     std::string_view description) {

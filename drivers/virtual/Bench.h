@@ -51,7 +51,9 @@ class Bench {
   // Devices in the driver's list now.
   int DeviceCount() const { return static_cast<int>(devices_.size()); }
   Channel& Device(int index) { return *devices_.at(static_cast<size_t>(index)); }
-  std::shared_ptr<Channel> SharedDevice(int index) { return devices_.at(static_cast<size_t>(index)); }
+  std::shared_ptr<Channel> SharedDevice(int index) {
+    return devices_.at(static_cast<size_t>(index));
+  }
   // Takes device `index` off the list; later devices move up one place.
   void Unplug(int index);
 

@@ -2,17 +2,6 @@
 
 namespace brevant::virt {
 
-std::string_view CallName(Call call) {
-  static constexpr std::array<std::string_view, kCallCount> kNames = {
-      "FT_ListDevices",   "FT_Open",         "FT_Close",          "FT_ResetDevice",
-      "FT_ResetPort",     "FT_CyclePort",    "FT_SetTimeouts",    "FT_GetDeviceInfo",
-      "FT_GetStatus",     "FT_GetQueueStatus", "FT_Purge",        "FT_Write",
-      "FT_Read",          "FT_SetBaudRate",  "FT_GetLatencyTimer", "FT_SetLatencyTimer",
-      "FT_GetBitMode",    "FT_SetBitMode",
-  };
-  return kNames[static_cast<int>(call)];
-}
-
 void FaultPlan::Clear() {
   faults_.clear();
   calls_.fill(0);

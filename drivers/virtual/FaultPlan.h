@@ -9,7 +9,6 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "gateway/Ftd2xx.h"
@@ -38,8 +37,6 @@ enum class Call {
   kSetBitMode,
 };
 inline constexpr int kCallCount = 18;
-
-std::string_view CallName(Call call);
 
 enum class FaultKind {
   kStatus,      // the call does nothing and returns `status`

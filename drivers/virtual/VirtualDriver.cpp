@@ -129,17 +129,22 @@ FtStatus VirtualDriver::FT_ResetDevice(FtHandle handle) {
   return Reset(handle, Call::kResetDevice);
 }
 
-FtStatus VirtualDriver::FT_ResetPort(FtHandle handle) { return Reset(handle, Call::kResetPort); }
+FtStatus VirtualDriver::FT_ResetPort(FtHandle handle) {
+  return Reset(handle, Call::kResetPort);
+}
 
 // A real port cycle re-enumerates the part; the bench keeps the handle and
 // treats it as a reset.
-FtStatus VirtualDriver::FT_CyclePort(FtHandle handle) { return Reset(handle, Call::kCyclePort); }
+FtStatus VirtualDriver::FT_CyclePort(FtHandle handle) {
+  return Reset(handle, Call::kCyclePort);
+}
 
 FtStatus VirtualDriver::FT_SetTimeouts(FtHandle handle, uint32_t readTimeout,
                                        uint32_t writeTimeout) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kSetTimeouts, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kSetTimeouts, handle, channel); status != ft::kOk)
+    return status;
   channel->Settings().readTimeoutMs = readTimeout;
   channel->Settings().writeTimeoutMs = writeTimeout;
   return ft::kOk;
@@ -150,7 +155,8 @@ FtStatus VirtualDriver::FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32
                                          void* /*reserved*/) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kGetDeviceInfo, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kGetDeviceInfo, handle, channel); status != ft::kOk)
+    return status;
   const DeviceIdentity& identity = channel->Identity();
   if (type) *type = identity.type;
   if (id) *id = identity.usbId;
@@ -163,7 +169,8 @@ FtStatus VirtualDriver::FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_
                                      uint32_t* eventStatus) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kGetStatus, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kGetStatus, handle, channel); status != ft::kOk)
+    return status;
   if (rxBytes == nullptr || txBytes == nullptr || eventStatus == nullptr) {
     return ft::kInvalidParameter;
   }
@@ -177,7 +184,8 @@ FtStatus VirtualDriver::FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_
 FtStatus VirtualDriver::FT_GetQueueStatus(FtHandle handle, uint32_t* rxBytes) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kGetQueueStatus, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kGetQueueStatus, handle, channel); status != ft::kOk)
+    return status;
   if (rxBytes == nullptr) return ft::kInvalidParameter;
   *rxBytes = channel->Available();
   return ft::kOk;
@@ -186,7 +194,8 @@ FtStatus VirtualDriver::FT_GetQueueStatus(FtHandle handle, uint32_t* rxBytes) {
 FtStatus VirtualDriver::FT_Purge(FtHandle handle, uint32_t mask) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kPurge, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kPurge, handle, channel); status != ft::kOk)
+    return status;
   if (mask & ft::kPurgeRx) channel->PurgeReceive();
   return ft::kOk;
 }
@@ -200,8 +209,8 @@ FtStatus VirtualDriver::FT_Write(FtHandle handle, const void* buffer, uint32_t c
     return status;
   }
   if (written == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
-  const uint32_t taken = IsFault(fault, FaultKind::kShortWrite) ? std::min(count, fault->count)
-                                                                 : count;
+  const uint32_t taken =
+      IsFault(fault, FaultKind::kShortWrite) ? std::min(count, fault->count) : count;
   channel->HostWrite({static_cast<const uint8_t*>(buffer), taken});
   *written = taken;
   return ft::kOk;
@@ -215,8 +224,8 @@ FtStatus VirtualDriver::FT_Read(FtHandle handle, void* buffer, uint32_t count, u
     return status;
   }
   if (read == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
-  const uint32_t wanted = IsFault(fault, FaultKind::kShortRead) ? std::min(count, fault->count)
-                                                                : count;
+  const uint32_t wanted =
+      IsFault(fault, FaultKind::kShortRead) ? std::min(count, fault->count) : count;
   *read = channel->HostRead({static_cast<uint8_t*>(buffer), wanted});
   return ft::kOk;
 }
@@ -224,7 +233,8 @@ FtStatus VirtualDriver::FT_Read(FtHandle handle, void* buffer, uint32_t count, u
 FtStatus VirtualDriver::FT_SetBaudRate(FtHandle handle, uint32_t baudRate) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kSetBaudRate, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kSetBaudRate, handle, channel); status != ft::kOk)
+    return status;
   if (baudRate == 0 || baudRate > kMaxBaudRate) return ft::kInvalidBaudRate;
   channel->Settings().baudRate = baudRate;
   return ft::kOk;
@@ -233,7 +243,8 @@ FtStatus VirtualDriver::FT_SetBaudRate(FtHandle handle, uint32_t baudRate) {
 FtStatus VirtualDriver::FT_GetLatencyTimer(FtHandle handle, uint8_t* timer) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kGetLatencyTimer, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kGetLatencyTimer, handle, channel); status != ft::kOk)
+    return status;
   if (timer == nullptr) return ft::kInvalidParameter;
   *timer = channel->Settings().latencyMs;
   return ft::kOk;
@@ -242,7 +253,8 @@ FtStatus VirtualDriver::FT_GetLatencyTimer(FtHandle handle, uint8_t* timer) {
 FtStatus VirtualDriver::FT_SetLatencyTimer(FtHandle handle, uint8_t timer) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kSetLatencyTimer, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kSetLatencyTimer, handle, channel); status != ft::kOk)
+    return status;
   channel->Settings().latencyMs = timer;
   return ft::kOk;
 }
@@ -250,7 +262,8 @@ FtStatus VirtualDriver::FT_SetLatencyTimer(FtHandle handle, uint8_t timer) {
 FtStatus VirtualDriver::FT_GetBitMode(FtHandle handle, uint8_t* pins) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kGetBitMode, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kGetBitMode, handle, channel); status != ft::kOk)
+    return status;
   if (pins == nullptr) return ft::kInvalidParameter;
   *pins = channel->Pins();
   return ft::kOk;
@@ -259,7 +272,8 @@ FtStatus VirtualDriver::FT_GetBitMode(FtHandle handle, uint8_t* pins) {
 FtStatus VirtualDriver::FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) {
   Lock lock(mutex_);
   Channel* channel = nullptr;
-  if (const FtStatus status = Enter(Call::kSetBitMode, handle, channel); status != ft::kOk) return status;
+  if (const FtStatus status = Enter(Call::kSetBitMode, handle, channel); status != ft::kOk)
+    return status;
   channel->SetBitMode(mask, mode);
   return ft::kOk;
 }

@@ -19,8 +19,6 @@ class VirtualDriver : public Ftd2xx {
  public:
   explicit VirtualDriver(std::shared_ptr<Bench> bench);
 
-  Bench& GetBench() { return *bench_; }
-
   FtStatus FT_ListDevices(void* arg1, void* arg2, uint32_t flags) override;
   FtStatus FT_Open(int index, FtHandle* handle) override;
   FtStatus FT_Close(FtHandle handle) override;

@@ -14,14 +14,15 @@ namespace brevant {
 
 namespace {
 
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+
 // Each byte value as its two digits and a blank, four bytes wide so that one
 // unaligned store writes a whole entry; the next store covers the fourth byte.
 constexpr std::array<uint32_t, 256> MakeHexTriples() {
-  constexpr char kDigits[] = "0123456789ABCDEF";
   std::array<uint32_t, 256> triples{};
   for (uint32_t value = 0; value < 256; ++value) {
-    const auto high = static_cast<uint32_t>(static_cast<unsigned char>(kDigits[value >> 4]));
-    const auto low = static_cast<uint32_t>(static_cast<unsigned char>(kDigits[value & 0xF]));
+    const auto high = static_cast<uint32_t>(static_cast<unsigned char>(kHexDigits[value >> 4]));
+    const auto low = static_cast<uint32_t>(static_cast<unsigned char>(kHexDigits[value & 0xF]));
     // Little-endian order is character order; big-endian hosts get the reverse.
     if constexpr (std::endian::native == std::endian::little) {
       triples[value] = high | low << 8 | uint32_t{' '} << 16;
@@ -210,11 +211,10 @@ std::string TextSubstitute(std::string_view Template, std::initializer_list<Text
 }
 
 std::string HexText64(uint64_t Value, int16_t Width) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   char digits[16];
   int count = 0;
   do {
-    digits[count++] = kDigits[Value & 0xF];
+    digits[count++] = kHexDigits[Value & 0xF];
     Value >>= 4;
   } while (Value != 0);
   std::string text;
