@@ -1,13 +1,8 @@
-// What tells the two stream channels apart in a test, and a helper to catch the
-// error a member raises.
+// What tells the two stream channels apart in a test.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
-#include <string>
 
-#include "brevant/Error.h"
 #include "brevant/clsFTDI245FIFO.h"
 #include "brevant/clsFTDIOpto.h"
 
@@ -31,17 +26,5 @@ struct StreamKind<clsFTDIOpto> {
   static constexpr uint8_t kMode = 0x10;
   static constexpr const char* kBitMode = "0xEC, 0x10";
 };
-
-// The error `action` raises; a test failure when it raises none.
-template <class F>
-Error Raised(F&& action) {
-  try {
-    action();
-  } catch (const Error& e) {
-    return e;
-  }
-  ADD_FAILURE() << "nothing raised";
-  return Error(0, "", "");
-}
 
 }  // namespace brevant::testing

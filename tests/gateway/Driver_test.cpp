@@ -5,6 +5,7 @@
 #include "brevant/Error.h"
 #include "brevant/Process.h"
 #include "gateway/Driver.h"
+#include "support/Raised.h"
 
 namespace brevant {
 namespace {
@@ -23,13 +24,9 @@ TEST(DriverChoice, KnownChoicesGiveAFreshBench) {
 TEST(DriverChoice, UnknownChoiceNamesItselfAndKeepsTheDriver) {
   UseDriver("virtual");
   const auto before = CurrentDriver();
-  try {
-    UseDriver("usb-magic");
-    FAIL() << "an unknown driver was accepted";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Source(), "Brevant");
-    EXPECT_NE(e.Description().find("\"usb-magic\""), std::string::npos) << e.Description();
-  }
+  const Error e = testing::Raised([] { UseDriver("usb-magic"); });
+  EXPECT_EQ(e.Source(), "Brevant");
+  EXPECT_NE(e.Description().find("\"usb-magic\""), std::string::npos) << e.Description();
   EXPECT_EQ(before, CurrentDriver());
   SetDriver(nullptr);
 }

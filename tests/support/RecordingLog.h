@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@ struct LogLine {
   int32_t level;
   std::string text;
   friend bool operator==(const LogLine&, const LogLine&) = default;
+  friend void PrintTo(const LogLine& l, std::ostream* os) { *os << l.level << " " << l.text; }
 };
 
 class RecordingLog : public icLog {
