@@ -177,8 +177,9 @@ std::string TextSubstitute(std::string_view Template, std::initializer_list<Text
   if (!OnePassIsExact(Template, values)) return SubstituteInPasses(Template, values);
 
   const TextValue* const value = values.begin();
-  // Walks the template's placeholders, handing each piece to `emit`: literal text
-  // as a view, a placeholder as the index of its value.
+  // Walks the template once: literal text goes to `literal` as a view, each
+  // placeholder that has a value to `placeholder` as that value's index. The first
+  // walk counts the exact size, the second writes.
   const auto walk = [&](auto&& literal, auto&& placeholder) {
     size_t from = 0;
     for (size_t at = Template.find('%'); at != std::string_view::npos;
