@@ -5,7 +5,8 @@
 #               AddressSanitizer + UndefinedBehaviorSanitizer
 # Also: make bench (benchmarks), make format.
 
-PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
+  nlohmann-json3-dev libcli11-dev
 BUILD := build
 ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)
@@ -30,6 +31,7 @@ asan: packages $(ASAN_BUILD)/build.ninja
 
 demo: build
 	@$(BUILD)/brevant-demo
+	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; echo "== $${e##*/}"; "$$e"; done
 
 test: build asan
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure --no-tests=error

@@ -60,8 +60,8 @@ void EchoMessage() {
   try {
     fifo.DataWrite(out, out.Count());
   } catch (const brevant::Error& e) {
-    std::printf("    Number %d, Source \"%s\", Description \"%s\"\n", e.Number(), e.Source().c_str(),
-                e.Description().c_str());
+    std::printf("    Number %d, Source \"%s\", Description \"%s\"\n", e.Number(),
+                e.Source().c_str(), e.Description().c_str());
     std::printf("    shown to a person as: %s\n", e.what());
   }
 }
