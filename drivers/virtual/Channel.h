@@ -17,6 +17,7 @@
 #include "virtual/ChannelEngine.h"
 #include "virtual/StreamPeer.h"
 #include "virtual/VirtualClock.h"
+#include "virtual/Wires.h"
 
 namespace brevant::virt {
 
@@ -55,6 +56,10 @@ class Channel {
 
   // The stream peer, engine of bit mode 0 (245 FIFO) and 0x10 (opto).
   StreamPeer& Peer() { return *peer_; }
+  // What the board wires to the channel's pins (ADBUS 0-7, ACBUS 8-15); every
+  // engine of the channel reads its pins through it.
+  Wires& Board() { return board_; }
+  const Wires& Board() const { return board_; }
   // Puts `engine` behind the channel in bit mode `mode`.
   void SetEngine(uint8_t mode, std::shared_ptr<ChannelEngine> engine);
 
@@ -89,6 +94,7 @@ class Channel {
   ChannelSettings settings_;
   bool open_ = false;
   bool present_ = true;
+  Wires board_;
   std::shared_ptr<StreamPeer> peer_;
   std::map<uint8_t, std::shared_ptr<ChannelEngine>> engines_;
   std::deque<Pending> pending_;
