@@ -3,9 +3,13 @@
 #include <array>
 #include <stdexcept>
 
+#include "virtual/BitBangEngine.h"
+
 namespace brevant::virt {
 
 namespace {
+
+constexpr uint8_t kSyncBitBangMode = 4;
 
 // Device types as the vendor driver numbers them; USB IDs are 0403 with the
 // part's product ID. FIFO sizes are the larger figures published.
@@ -40,7 +44,9 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
 
 Channel& Bench::AddDevice(DeviceIdentity identity) {
   devices_.push_back(std::make_shared<Channel>(std::move(identity), clock_));
-  return *devices_.back();
+  Channel& device = *devices_.back();
+  device.SetEngine(kSyncBitBangMode, std::make_shared<BitBangEngine>(device.Board()));
+  return device;
 }
 
 void Bench::Unplug(int index) {
@@ -54,6 +60,12 @@ std::shared_ptr<Bench> MakeDefaultBench() {
   bench->AddPart(PartKind::kFT2232H, "BV22H001", 0x0231);
   bench->AddPart(PartKind::kFT232H, "BV23H002", 0x0114);
   bench->AddPart(PartKind::kFT4232H, "BV42H003", 0x0121);
+  // Bit-bang wiring: BV42H003C loops ADBUS0-3 back to ADBUS4-7, and the board
+  // holds ADBUS4-7 of BV42H003D at 0, 1, 0, 1.
+  for (int pin = 0; pin < 4; ++pin) {
+    bench->Device(5).Board().Loop(pin, pin + 4);
+    bench->Device(6).Board().Drive(pin + 4, pin % 2 == 1);
+  }
   return bench;
 }
 

@@ -39,9 +39,10 @@ void Channel::HostWrite(std::span<const uint8_t> bytes) {
   if (ChannelEngine* engine = CurrentEngine()) engine->Receive(bytes, *this);
 }
 
-void Channel::Deliver(std::span<const uint8_t> bytes) {
+void Channel::Deliver(std::span<const uint8_t> bytes, int64_t delayUs) {
   // The chip holds a short answer until its latency timer runs out.
-  const int64_t arrival = clock_.Now() + std::max<int64_t>(settings_.latencyMs, 1) * kUsPerMs;
+  const int64_t arrival =
+      clock_.Now() + delayUs + std::max<int64_t>(settings_.latencyMs, 1) * kUsPerMs;
   pending_.push_back({arrival, std::vector<uint8_t>(bytes.begin(), bytes.end())});
 }
 

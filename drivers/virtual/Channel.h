@@ -76,8 +76,9 @@ class Channel {
   void Reset();
   uint8_t Pins() const;
 
-  // Engine side: queue bytes for the host, arriving after the latency timer.
-  void Deliver(std::span<const uint8_t> bytes);
+  // Engine side: queue bytes for the host, arriving after the latency timer,
+  // `delayUs` later still when the engine needs that long to make them.
+  void Deliver(std::span<const uint8_t> bytes, int64_t delayUs = 0);
   int64_t Now() const { return clock_.Now(); }
 
  private:

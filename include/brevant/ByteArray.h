@@ -38,6 +38,9 @@ class ByteArray {
 
   // New storage of `count` zero bytes from `lowerBound`; old contents are gone.
   void Redim(int32_t lowerBound, int32_t count);
+  // `count` elements from the same lower bound (0 when unallocated), keeping
+  // the contents that still fit; new elements are zero.
+  void RedimPreserve(int32_t count);
   // Back to unallocated.
   void Erase();
 

@@ -52,6 +52,17 @@ void ByteArray::Redim(int32_t lowerBound, int32_t count) {
   allocated_ = true;
 }
 
+void ByteArray::RedimPreserve(int32_t count) {
+  const int32_t lowerBound = allocated_ ? lower_ : 0;
+  if (count < 0 || static_cast<int64_t>(lowerBound) + count - 1 > INT32_MAX) {
+    throw Error::Generic(kErrOverflow, "ByteArray");
+  }
+  // The vector's own capacity growth keeps a run of small steps linear.
+  bytes_.resize(static_cast<size_t>(count), 0);
+  lower_ = lowerBound;
+  allocated_ = true;
+}
+
 void ByteArray::Erase() {
   bytes_.clear();
   bytes_.shrink_to_fit();

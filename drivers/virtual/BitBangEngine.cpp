@@ -1,0 +1,46 @@
+#include "virtual/BitBangEngine.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "virtual/Channel.h"
+
+namespace brevant::virt {
+
+namespace {
+
+// The bit-bang clock runs at 16 times the baud rate, one byte a tick.
+constexpr int64_t kTicksPerBaud = 16;
+constexpr int64_t kUsPerSecond = 1000000;
+// A high-speed bulk packet of 512 bytes less the two modem status bytes that
+// the driver strips.
+constexpr size_t kPacketData = 510;
+
+}  // namespace
+
+uint8_t BitBangEngine::Pins() const {
+  return static_cast<uint8_t>(board_.Levels(latch_, mask_));
+}
+
+void BitBangEngine::Receive(std::span<const uint8_t> bytes, Channel& channel) {
+  std::vector<uint8_t> samples;
+  samples.reserve(bytes.size());
+  for (const uint8_t byte : bytes) {
+    samples.push_back(Pins());
+    latch_ = byte;
+  }
+
+  // Bytes written while an earlier run is still being clocked wait for it.
+  const int64_t start = std::max(readyUs_, channel.Now());
+  const int64_t tickRate = kTicksPerBaud * std::max<int64_t>(channel.Settings().baudRate, 1);
+  const auto doneAt = [&](size_t count) {
+    return start + static_cast<int64_t>(count) * kUsPerSecond / tickRate;
+  };
+  for (size_t first = 0; first < samples.size(); first += kPacketData) {
+    const size_t end = std::min(samples.size(), first + kPacketData);
+    channel.Deliver(std::span(samples).subspan(first, end - first), doneAt(end) - channel.Now());
+  }
+  readyUs_ = doneAt(samples.size());
+}
+
+}  // namespace brevant::virt

@@ -1,0 +1,39 @@
+// The synchronous bit-bang engine of a channel (bit mode 4).
+//
+// The mask of the set-bit-mode call makes pins outputs (1) or inputs. Each byte
+// the host writes drives the output pins and answers with one sample of all
+// eight pins, taken just before the byte is driven, so the samples run one byte
+// behind the output. Pins read through the channel's board wiring: a loop from
+// an output, a level the board holds, or the pull-up.
+//
+// The chip clocks one byte per tick of a clock at 16 times the baud rate, and
+// the samples reach the host in packets at that pace, so a long run can outlast
+// the read time-out and the rest comes later. The pins themselves take a whole
+// write at once: FT_GetBitMode right after a write shows its last byte.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "virtual/ChannelEngine.h"
+#include "virtual/Wires.h"
+
+namespace brevant::virt {
+
+class BitBangEngine : public ChannelEngine {
+ public:
+  // `board` is the wiring of the channel that owns this engine.
+  explicit BitBangEngine(const Wires& board) : board_(board) {}
+
+  void Start(uint8_t mask) override { mask_ = mask; }
+  void Receive(std::span<const uint8_t> bytes, Channel& channel) override;
+  uint8_t Pins() const override;
+
+ private:
+  const Wires& board_;
+  uint8_t mask_ = 0;
+  uint8_t latch_ = 0;    // the last byte written: what the outputs drive
+  int64_t readyUs_ = 0;  // when the chip has clocked out everything so far
+};
+
+}  // namespace brevant::virt

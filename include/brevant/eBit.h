@@ -1,0 +1,14 @@
+// The level of one signal. Only bit 0 of a level a client writes counts, so 2
+// writes a low and 3 a high.
+#pragma once
+
+#include <cstdint>
+
+namespace brevant {
+
+enum eBit : int32_t {
+  eb0 = 0,
+  eb1 = 1,
+};
+
+}  // namespace brevant
