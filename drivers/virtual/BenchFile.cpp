@@ -17,13 +17,26 @@ using nlohmann::json;
 constexpr std::array<PartKind, 4> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
                                             PartKind::kFT2232H, PartKind::kFT4232H};
 
-// Driver function names in the order of Call.
-constexpr std::array<std::string_view, kCallCount> kCallNames = {
-    "FT_ListDevices", "FT_Open",           "FT_Close",           "FT_ResetDevice",
-    "FT_ResetPort",   "FT_CyclePort",      "FT_SetTimeouts",     "FT_GetDeviceInfo",
-    "FT_GetStatus",   "FT_GetQueueStatus", "FT_Purge",           "FT_Write",
-    "FT_Read",        "FT_SetBaudRate",    "FT_GetLatencyTimer", "FT_SetLatencyTimer",
-    "FT_GetBitMode",  "FT_SetBitMode"};
+constexpr std::array<std::pair<std::string_view, Call>, kCallCount> kCalls = {{
+    {"FT_ListDevices", Call::kListDevices},
+    {"FT_Open", Call::kOpen},
+    {"FT_Close", Call::kClose},
+    {"FT_ResetDevice", Call::kResetDevice},
+    {"FT_ResetPort", Call::kResetPort},
+    {"FT_CyclePort", Call::kCyclePort},
+    {"FT_SetTimeouts", Call::kSetTimeouts},
+    {"FT_GetDeviceInfo", Call::kGetDeviceInfo},
+    {"FT_GetStatus", Call::kGetStatus},
+    {"FT_GetQueueStatus", Call::kGetQueueStatus},
+    {"FT_Purge", Call::kPurge},
+    {"FT_Write", Call::kWrite},
+    {"FT_Read", Call::kRead},
+    {"FT_SetBaudRate", Call::kSetBaudRate},
+    {"FT_GetLatencyTimer", Call::kGetLatencyTimer},
+    {"FT_SetLatencyTimer", Call::kSetLatencyTimer},
+    {"FT_GetBitMode", Call::kGetBitMode},
+    {"FT_SetBitMode", Call::kSetBitMode},
+}};
 
 constexpr std::array<std::pair<std::string_view, FaultKind>, 4> kFaultKinds = {{
     {"status", FaultKind::kStatus},
@@ -153,9 +166,7 @@ class Reader {
   void PlannedFault(const json& entry, const std::string& place, Bench& bench) const {
     Keys(entry, place, {"call", "nth", "kind", "status", "count", "device"});
     Fault fault;
-    std::array<std::pair<std::string_view, Call>, kCallCount> calls;
-    for (int i = 0; i < kCallCount; ++i) calls[i] = {kCallNames[i], static_cast<Call>(i)};
-    fault.call = Named(Required(entry, place, "call"), place + ".call", calls);
+    fault.call = Named(Required(entry, place, "call"), place + ".call", kCalls);
     fault.nth =
         static_cast<int>(Number(Required(entry, place, "nth"), place + ".nth", 1, INT32_MAX));
     if (entry.contains("kind")) fault.kind = Named(entry.at("kind"), place + ".kind", kFaultKinds);

@@ -66,7 +66,7 @@ void clsDeviceList::ScanDevices(int32_t& DeviceCount, Array<tDeviceInfo>& Device
   } catch (const Error&) {
   }
   // Device numbers are 16-bit; a count past them cannot be told apart.
-  if (DeviceCount - 1 > INT16_MAX) throw Error::Generic(kErrOverflow, kSource);
+  if (DeviceCount > INT16_MAX + 1) throw Error::Generic(kErrOverflow, kSource);
   if (DeviceCount > 0) {
     DeviceInfos.Redim(0, DeviceCount);
   } else {
