@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 
 namespace brevant::virt {
 
@@ -93,8 +94,10 @@ class Reader {
     } else if (hexText && value.is_string()) {
       const std::string text = value.get<std::string>();
       const char* end = text.data() + text.size();
-      if (text.size() < 3 || text.compare(0, 2, "0x") != 0 ||
-          std::from_chars(text.data() + 2, end, number, 16).ptr != end) {
+      const bool prefixed = text.size() > 2 && text.compare(0, 2, "0x") == 0;
+      const auto [stop, error] =
+          prefixed ? std::from_chars(text.data() + 2, end, number, 16) : std::from_chars_result{};
+      if (!prefixed || stop != end || error != std::errc()) {
         Fail(place, "expected a number or a \"0x...\" text, not \"" + text + "\"");
       }
     } else {
