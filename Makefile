@@ -31,6 +31,8 @@ asan: packages $(ASAN_BUILD)/build.ninja
 
 demo: build
 	@$(BUILD)/brevant-demo
+	@echo "== brevant list (the default bench, read from benches/default.json)"
+	@$(BUILD)/brevant --driver virtual:benches/default.json list
 	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; echo "== $${e##*/}"; "$$e"; done
 
 test: build asan

@@ -4,6 +4,7 @@
 #include "brevant/Error.h"
 #include "gateway/Driver.h"
 #include "virtual/Bench.h"
+#include "virtual/BenchFile.h"
 #include "virtual/VirtualDriver.h"
 
 namespace brevant {
@@ -22,8 +23,19 @@ std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
   if (choice.empty() || choice == "virtual") {
     return std::make_shared<virt::VirtualDriver>(virt::MakeDefaultBench());
   }
+  // "virtual:" followed by the path of a bench file.
+  constexpr std::string_view kVirtualFile = "virtual:";
+  if (choice.starts_with(kVirtualFile)) {
+    try {
+      return std::make_shared<virt::VirtualDriver>(
+          virt::LoadBenchFile(std::string(choice.substr(kVirtualFile.size()))));
+    } catch (const virt::BenchFileError& e) {
+      throw Error(kErrDriverChoice, kSource, e.what());
+    }
+  }
   throw Error(kErrDriverChoice, kSource,
-              "Unknown driver \"" + std::string(choice) + "\": the choice is virtual");
+              "Unknown driver \"" + std::string(choice) +
+                  "\": the choices are virtual and virtual:BENCH.json");
 }
 
 }  // namespace brevant

@@ -4,6 +4,7 @@
 //   bench.Faults().Add({.call = Call::kWrite, .nth = 2, .status = ft::kIoError});
 //   bench.Faults().Add({.call = Call::kRead, .nth = 1, .kind = FaultKind::kShortRead,
 //                       .count = 3});
+//   bench.Faults().AddListFault({.device = 1, .what = ft::kOpenByDescription});
 #pragma once
 
 #include <array>
@@ -54,17 +55,30 @@ struct Fault {
   int device = 0;
 };
 
+// A device whose entry in the driver's list cannot be read: every FT_ListDevices
+// by index for list position `device` asking for `what` (ft::kOpenBySerialNumber,
+// ft::kOpenByDescription or ft::kOpenByLocation) returns `status`.
+struct ListFault {
+  int device = 0;
+  uint32_t what = ft::kOpenBySerialNumber;
+  FtStatus status = ft::kIoError;
+};
+
 class FaultPlan {
  public:
   void Add(const Fault& fault) { faults_.push_back(fault); }
+  void AddListFault(const ListFault& fault) { list_faults_.push_back(fault); }
   void Clear();
   // Counts one more call of `call` and returns the fault planned for it, if any.
   std::optional<Fault> Next(Call call);
+  // The status planned for reading `what` of list position `device`, if any.
+  std::optional<FtStatus> ListFaultFor(int device, uint32_t what) const;
   // How often `call` was made since the bench was built or cleared.
   int Calls(Call call) const { return calls_[static_cast<int>(call)]; }
 
  private:
   std::vector<Fault> faults_;
+  std::vector<ListFault> list_faults_;
   std::array<int, kCallCount> calls_{};
 };
 

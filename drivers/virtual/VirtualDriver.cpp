@@ -72,8 +72,10 @@ FtStatus VirtualDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   if (!(flags & ft::kListByIndex) || arg2 == nullptr) return ft::kInvalidParameter;
   const uint32_t index = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(arg1));
   if (index >= static_cast<uint32_t>(bench_->DeviceCount())) return ft::kDeviceNotFound;
+  const uint32_t what = flags & ~ft::kListByIndex;
+  if (auto status = bench_->Faults().ListFaultFor(static_cast<int>(index), what)) return *status;
   const Channel& device = bench_->Device(static_cast<int>(index));
-  switch (flags & ~ft::kListByIndex) {
+  switch (what) {
     case ft::kOpenBySerialNumber:
       CopyText(device.Identity().serialNumber, static_cast<char*>(arg2));
       return ft::kOk;

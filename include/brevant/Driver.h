@@ -5,6 +5,7 @@
 // environment variable BREVANT_DRIVER, else the default:
 //
 //   BREVANT_DRIVER=virtual        the built-in virtual bench (no hardware)
+//   BREVANT_DRIVER=virtual:lab.json   a virtual bench read from a bench file
 //
 //   brevant::UseDriver("virtual");  // the same, from code
 //

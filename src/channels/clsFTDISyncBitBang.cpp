@@ -149,7 +149,7 @@ void clsFTDISyncBitBang::BufferPortOutput(uint8_t Value) {
   // allocates one increment and goes to element 0, with no leading byte.
   if (WriteCount == BufferSize) {
     const int32_t grown = Sum(BufferSize, SizeIncrement);
-    Buffer.RedimPreserve(grown);
+    Buffer.RedimPreserve(0, grown);
     BufferSize = grown;
   }
   Buffer[WriteCount] = Value;

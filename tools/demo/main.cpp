@@ -10,10 +10,10 @@
 #include "brevant/ByteArray.h"
 #include "brevant/Driver.h"
 #include "brevant/Error.h"
+#include "brevant/clsDeviceList.h"
 #include "brevant/clsFTDI245FIFO.h"
 #include "brevant/icLog.h"
 #include "gateway/Formating.h"
-#include "gateway/clsFTD2xx.h"
 
 namespace {
 
@@ -25,14 +25,16 @@ class TerminalLog : public brevant::icLog {
 };
 
 void ListDevices() {
-  std::printf("1. The devices on the bench, as the driver lists them:\n\n");
-  brevant::clsFTD2xx list;
-  const int32_t count = list.FTListNumDevices();
+  std::printf("1. The devices on the bench, usable ones by location:\n\n");
+  brevant::clsDeviceList list;
+  int32_t count = 0;
+  brevant::Array<brevant::tDeviceInfo> devices;
+  list.ScanDevices(count, devices);
   std::printf("    %-6s %-12s %-20s %s\n", "device", "serial", "description", "location");
-  for (int32_t device = 0; device < count; ++device) {
-    std::printf("    %-6d %-12s %-20s 0x%s\n", device, list.FTListSerialNumber(device).c_str(),
-                list.FTListDescription(device).c_str(),
-                brevant::HexText(list.FTListLocationID(device), 8).c_str());
+  for (int32_t i = 0; i < count; ++i) {
+    const brevant::tDeviceInfo& d = devices[i];
+    std::printf("    %-6d %-12s %-20s 0x%s\n", d.Device, d.SerialNumber.c_str(),
+                d.Description.c_str(), brevant::HexText(d.LocationID, 8).c_str());
   }
 }
 

@@ -1,0 +1,243 @@
+#include "virtual/BenchFile.h"
+
+#include <array>
+#include <charconv>
+#include <fstream>
+#include <initializer_list>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+
+namespace brevant::virt {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::array<PartKind, 4> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
+                                            PartKind::kFT2232H, PartKind::kFT4232H};
+
+constexpr std::array<std::pair<std::string_view, Call>, kCallCount> kCalls = {{
+    {"FT_ListDevices", Call::kListDevices},
+    {"FT_Open", Call::kOpen},
+    {"FT_Close", Call::kClose},
+    {"FT_ResetDevice", Call::kResetDevice},
+    {"FT_ResetPort", Call::kResetPort},
+    {"FT_CyclePort", Call::kCyclePort},
+    {"FT_SetTimeouts", Call::kSetTimeouts},
+    {"FT_GetDeviceInfo", Call::kGetDeviceInfo},
+    {"FT_GetStatus", Call::kGetStatus},
+    {"FT_GetQueueStatus", Call::kGetQueueStatus},
+    {"FT_Purge", Call::kPurge},
+    {"FT_Write", Call::kWrite},
+    {"FT_Read", Call::kRead},
+    {"FT_SetBaudRate", Call::kSetBaudRate},
+    {"FT_GetLatencyTimer", Call::kGetLatencyTimer},
+    {"FT_SetLatencyTimer", Call::kSetLatencyTimer},
+    {"FT_GetBitMode", Call::kGetBitMode},
+    {"FT_SetBitMode", Call::kSetBitMode},
+}};
+
+constexpr std::array<std::pair<std::string_view, FaultKind>, 4> kFaultKinds = {{
+    {"status", FaultKind::kStatus},
+    {"shortWrite", FaultKind::kShortWrite},
+    {"shortRead", FaultKind::kShortRead},
+    {"vanish", FaultKind::kVanish},
+}};
+
+constexpr std::array<std::pair<std::string_view, uint32_t>, 3> kListReads = {{
+    {"serialNumber", ft::kOpenBySerialNumber},
+    {"description", ft::kOpenByDescription},
+    {"location", ft::kOpenByLocation},
+}};
+
+// Walks one file and refuses it at the first problem, naming where it is.
+class Reader {
+ public:
+  explicit Reader(std::string name) : name_(std::move(name)) {}
+
+  [[noreturn]] void Fail(const std::string& place, const std::string& problem) const {
+    throw BenchFileError(name_ + ": " + place + ": " + problem);
+  }
+
+  // Every key must be one the format knows: a misspelt key is a mistake, not a
+  // default.
+  void Keys(const json& object, const std::string& place,
+            std::initializer_list<std::string_view> known) const {
+    if (!object.is_object()) Fail(place, "expected an object");
+    for (const auto& [key, value] : object.items()) {
+      bool found = false;
+      for (std::string_view k : known) found = found || k == key;
+      if (!found) Fail(place, "unknown key \"" + key + "\"");
+    }
+  }
+
+  const json& Required(const json& object, const std::string& place, const char* key) const {
+    if (!object.contains(key)) Fail(place, std::string("missing \"") + key + "\"");
+    return object.at(key);
+  }
+
+  std::string Text(const json& value, const std::string& place) const {
+    if (!value.is_string()) Fail(place, "expected a text");
+    return value.get<std::string>();
+  }
+
+  // A whole number from `low` to `high`; for a location also a "0x..." text,
+  // the way locations are written everywhere else.
+  uint64_t Number(const json& value, const std::string& place, uint64_t low, uint64_t high,
+                  bool hexText = false) const {
+    const std::string range = "from " + std::to_string(low) + " to " + std::to_string(high);
+    uint64_t number = 0;
+    if (value.is_number_unsigned()) {
+      number = value.get<uint64_t>();
+    } else if (hexText && value.is_string()) {
+      const std::string text = value.get<std::string>();
+      const char* end = text.data() + text.size();
+      const bool prefixed = text.size() > 2 && text.compare(0, 2, "0x") == 0;
+      const auto [stop, error] =
+          prefixed ? std::from_chars(text.data() + 2, end, number, 16) : std::from_chars_result{};
+      if (!prefixed || stop != end || error != std::errc()) {
+        Fail(place, "expected a number or a \"0x...\" text, not \"" + text + "\"");
+      }
+    } else {
+      Fail(place, hexText ? "expected a number or a \"0x...\" text" : "expected a number " + range);
+    }
+    if (number < low || number > high) Fail(place, "expected a number " + range);
+    return number;
+  }
+
+  uint32_t Location(const json& value, const std::string& place) const {
+    return static_cast<uint32_t>(Number(value, place, 0, UINT32_MAX, true));
+  }
+  FtStatus Status(const json& value, const std::string& place) const {
+    return static_cast<FtStatus>(Number(value, place, 1, UINT32_MAX));
+  }
+
+  PartKind Kind(const json& value, const std::string& place) const {
+    const std::string name = Text(value, place);
+    for (PartKind kind : kKinds) {
+      if (ModelOf(kind).name == name) return kind;
+    }
+    Fail(place, "unknown part \"" + name + "\"; known are FT232H, FT2232D, FT2232H, FT4232H");
+  }
+
+  template <class T, size_t N>
+  T Named(const json& value, const std::string& place,
+          const std::array<std::pair<std::string_view, T>, N>& names) const {
+    const std::string name = Text(value, place);
+    for (const auto& [text, result] : names) {
+      if (text == name) return result;
+    }
+    Fail(place, "unknown name \"" + name + "\"");
+  }
+
+  void Part(const json& entry, const std::string& place, Bench& bench) const {
+    Keys(entry, place, {"part", "serial", "location", "description"});
+    const PartKind kind = Kind(entry.at("part"), place + ".part");
+    const std::string serial = Text(Required(entry, place, "serial"), place + ".serial");
+    const uint32_t location = Location(Required(entry, place, "location"), place + ".location");
+    std::string description;
+    if (entry.contains("description")) {
+      description = Text(entry.at("description"), place + ".description");
+      if (description.empty()) Fail(place + ".description", "leave it out for the factory text");
+    }
+    bench.AddPart(kind, serial, location, description);
+  }
+
+  void Device(const json& entry, const std::string& place, Bench& bench) const {
+    Keys(entry, place, {"serialNumber", "description", "location", "model", "listFailures"});
+    const PartModel& model = ModelOf(
+        entry.contains("model") ? Kind(entry.at("model"), place + ".model") : PartKind::kFT232H);
+    DeviceIdentity identity{Text(Required(entry, place, "serialNumber"), place + ".serialNumber"),
+                            Text(Required(entry, place, "description"), place + ".description"),
+                            Location(Required(entry, place, "location"), place + ".location"),
+                            model.type, model.usbId};
+    const int index = bench.DeviceCount();
+    bench.AddDevice(std::move(identity));
+    if (!entry.contains("listFailures")) return;
+    const std::string failures = place + ".listFailures";
+    const json& reads = entry.at("listFailures");
+    Keys(reads, failures, {"serialNumber", "description", "location"});
+    for (const auto& [key, what] : kListReads) {
+      if (!reads.contains(key)) continue;
+      const FtStatus status = Status(reads.at(key), failures + "." + std::string(key));
+      bench.Faults().AddListFault({.device = index, .what = what, .status = status});
+    }
+  }
+
+  void PlannedFault(const json& entry, const std::string& place, Bench& bench) const {
+    Keys(entry, place, {"call", "nth", "kind", "status", "count", "device"});
+    Fault fault;
+    fault.call = Named(Required(entry, place, "call"), place + ".call", kCalls);
+    fault.nth =
+        static_cast<int>(Number(Required(entry, place, "nth"), place + ".nth", 1, INT32_MAX));
+    if (entry.contains("kind")) fault.kind = Named(entry.at("kind"), place + ".kind", kFaultKinds);
+    if (entry.contains("status")) fault.status = Status(entry.at("status"), place + ".status");
+    if (entry.contains("count")) {
+      fault.count =
+          static_cast<uint32_t>(Number(entry.at("count"), place + ".count", 0, UINT32_MAX));
+    }
+    if (entry.contains("device")) {
+      fault.device = static_cast<int>(Number(entry.at("device"), place + ".device", 0, INT32_MAX));
+    }
+    bench.Faults().Add(fault);
+  }
+
+  std::shared_ptr<Bench> Read(const json& root) const {
+    Keys(root, "top level", {"devices", "faults"});
+    const json& devices = Required(root, "top level", "devices");
+    if (!devices.is_array()) Fail("devices", "expected a list");
+    auto bench = std::make_shared<Bench>();
+    for (size_t i = 0; i < devices.size(); ++i) {
+      const std::string place = "devices[" + std::to_string(i) + "]";
+      const json& entry = devices[i];
+      if (!entry.is_object()) Fail(place, "expected an object");
+      // A part stands for all its channels; anything else is one device as given.
+      if (entry.contains("part")) {
+        Part(entry, place, *bench);
+      } else {
+        Device(entry, place, *bench);
+      }
+    }
+    if (root.contains("faults")) {
+      const json& faults = root.at("faults");
+      if (!faults.is_array()) Fail("faults", "expected a list");
+      for (size_t i = 0; i < faults.size(); ++i) {
+        PlannedFault(faults[i], "faults[" + std::to_string(i) + "]", *bench);
+      }
+    }
+    return bench;
+  }
+
+ private:
+  std::string name_;
+};
+
+}  // namespace
+
+std::shared_ptr<Bench> LoadBenchText(const std::string& text, const std::string& name) {
+  const Reader reader(name);
+  json root;
+  try {
+    root = json::parse(text);
+  } catch (const json::parse_error& e) {
+    // The library's own "[json.exception...]" tag says nothing to a reader.
+    std::string_view message = e.what();
+    if (const size_t tag = message.find("] "); tag != std::string_view::npos) {
+      message.remove_prefix(tag + 2);
+    }
+    throw BenchFileError(name + ": " + std::string(message));
+  }
+  return reader.Read(root);
+}
+
+std::shared_ptr<Bench> LoadBenchFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw BenchFileError(path + ": cannot open the file");
+  std::ostringstream text;
+  text << file.rdbuf();
+  return LoadBenchText(text.str(), path);
+}
+
+}  // namespace brevant::virt

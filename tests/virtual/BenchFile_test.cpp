@@ -1,0 +1,125 @@
+// Bench files: the shipped default matches the built-in bench and its document,
+// odd devices and faults load as written, and bad files are refused with the
+// file, the place and the problem.
+#include "virtual/BenchFile.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "brevant/Driver.h"
+#include "brevant/Error.h"
+#include "gateway/Driver.h"
+#include "support/Raised.h"
+
+namespace brevant::testing {
+namespace {
+
+const std::string kDefault = std::string(BREVANT_SOURCE_DIR) + "/benches/default.json";
+
+std::string Refusal(const std::string& text) {
+  try {
+    virt::LoadBenchText(text, "lab.json");
+  } catch (const virt::BenchFileError& e) {
+    return e.what();
+  }
+  return "loaded";
+}
+
+void ExpectSameDevices(virt::Bench& loaded, virt::Bench& expected) {
+  ASSERT_EQ(loaded.DeviceCount(), expected.DeviceCount());
+  for (int i = 0; i < expected.DeviceCount(); ++i) {
+    const virt::DeviceIdentity &a = loaded.Device(i).Identity(), &b = expected.Device(i).Identity();
+    EXPECT_EQ(std::tie(a.serialNumber, a.description, a.locationId, a.type, a.usbId),
+              std::tie(b.serialNumber, b.description, b.locationId, b.type, b.usbId))
+        << "device " << i;
+  }
+}
+
+TEST(BenchFile, DefaultFileIsTheBuiltInBenchAndItsDocument) {
+  ExpectSameDevices(*virt::LoadBenchFile(kDefault), *virt::MakeDefaultBench());
+  // The document's first example is the shipped file, and every example loads.
+  std::ifstream doc(std::string(BREVANT_SOURCE_DIR) + "/docs/bench-files.md");
+  std::stringstream text;
+  text << doc.rdbuf();
+  const std::string md = text.str();
+  std::vector<std::string> examples;
+  for (size_t at = md.find("```json\n"); at != std::string::npos; at = md.find("```json\n", at)) {
+    at += 8;
+    examples.push_back(md.substr(at, md.find("```", at) - at));
+  }
+  ASSERT_EQ(examples.size(), 2u);
+  std::ifstream shipped(kDefault);
+  EXPECT_EQ(nlohmann::json::parse(examples[0]), nlohmann::json::parse(shipped));
+  for (const std::string& example : examples) EXPECT_EQ(Refusal(example), "loaded");
+}
+
+TEST(BenchFile, OddDevicesAndFaultsLoadAsWritten) {
+  const auto bench = virt::LoadBenchText(R"({"devices": [
+      {"part": "FT2232D", "serial": "LAB7", "location": 785, "description": "Probe"},
+      {"serialNumber": "", "description": "Bare", "location": "0x80000001", "model": "FT4232H",
+       "listFailures": {"location": 18}}],
+    "faults": [{"call": "FT_Write", "nth": 2, "kind": "shortWrite", "count": 1}]})",
+                                         "odd.json");
+  virt::Bench expected;
+  expected.AddPart(virt::PartKind::kFT2232D, "LAB7", 0x311, "Probe");
+  expected.AddDevice({"", "Bare", 0x80000001, 7, 0x04036011});
+  ExpectSameDevices(*bench, expected);
+  EXPECT_EQ(bench->Faults().ListFaultFor(2, ft::kOpenByLocation), ft::kOtherError);
+  EXPECT_EQ(bench->Faults().ListFaultFor(2, ft::kOpenByDescription), std::nullopt);
+  EXPECT_EQ(bench->Faults().Next(virt::Call::kWrite), std::nullopt);
+  const auto fault = bench->Faults().Next(virt::Call::kWrite);
+  ASSERT_TRUE(fault);
+  EXPECT_EQ(fault->kind, virt::FaultKind::kShortWrite);
+  EXPECT_EQ(fault->count, 1u);
+}
+
+TEST(BenchFile, BadFilesNameFilePlaceAndProblem) {
+  const struct {
+    std::string text;
+    std::string message;
+  } cases[] = {
+      {"[]", "lab.json: top level: expected an object"},
+      {R"({"devices": [], "extra": 1})", "lab.json: top level: unknown key \"extra\""},
+      {R"({"devices": [{"part": "FT2232X", "serial": "A", "location": 1}]})",
+       "lab.json: devices[0].part: unknown part \"FT2232X\"; known are FT232H, FT2232D, "
+       "FT2232H, FT4232H"},
+      {R"({"devices": [{"part": "FT232H", "serail": "A", "location": 1}]})",
+       "lab.json: devices[0]: unknown key \"serail\""},
+      {R"({"devices": [{"serialNumber": 5, "description": "", "location": 1}]})",
+       "lab.json: devices[0].serialNumber: expected a text"},
+      {R"({"devices": [{"serialNumber": "", "description": "", "location": "0x12G"}]})",
+       "lab.json: devices[0].location: expected a number or a \"0x...\" text, not \"0x12G\""},
+      {R"({"devices": [{"serialNumber": "", "description": "", "location": 4294967296}]})",
+       "lab.json: devices[0].location: expected a number from 0 to 4294967295"},
+      {R"({"devices": [{"serialNumber": "", "description": "", "location": -1}]})",
+       "lab.json: devices[0].location: expected a number or a \"0x...\" text"},
+      {R"({"devices": [{"serialNumber": "", "description": "", "location": 1,
+           "listFailures": {"description": 0}}]})",
+       "lab.json: devices[0].listFailures.description: expected a number from 1 to 4294967295"},
+      {R"({"devices": [], "faults": [{"call": "FT_Opn", "nth": 1}]})",
+       "lab.json: faults[0].call: unknown name \"FT_Opn\""},
+      {R"({"devices": [], "faults": [{"call": "FT_Open", "nth": 0}]})",
+       "lab.json: faults[0].nth: expected a number from 1 to 2147483647"},
+      {"{\"devices\": [\n  {]}",
+       "lab.json: parse error at line 2, column 4: syntax error while parsing object key - "
+       "unexpected ']'; expected string literal"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Refusal(c.text), c.message) << c.text;
+}
+
+TEST(BenchFile, DriverChoiceReadsTheFile) {
+  UseDriver("virtual:" + kDefault);
+  EXPECT_NE(CurrentDriver(), nullptr);
+  const Error e = Raised([] { UseDriver("virtual:/no/such/bench.json"); });
+  EXPECT_EQ(e.Source(), "Brevant");
+  EXPECT_EQ(e.Description(), "/no/such/bench.json: cannot open the file");
+  SetDriver(nullptr);
+}
+
+}  // namespace
+}  // namespace brevant::testing
