@@ -42,8 +42,6 @@ class JtagTap {
 
   TapState State() const { return state_; }
   uint32_t Instruction() const { return instruction_; }
-  int IrLength() const { return irLength_; }
-  uint32_t Idcode() const { return idcode_; }
 
  private:
   const int irLength_;
