@@ -53,7 +53,8 @@ void Channel::DeliverAt(int64_t arrivalUs, std::span<const uint8_t> bytes) {
        ++chunk) {
     chunk->arrivalUs = arrivalUs;
   }
-  pending_.push_back({arrivalUs, std::vector<uint8_t>(bytes.begin(), bytes.end())});
+  if (!bytes.empty())
+    pending_.push_back({arrivalUs, std::vector<uint8_t>(bytes.begin(), bytes.end())});
 }
 
 uint32_t Channel::Available() const {

@@ -81,7 +81,8 @@ class Channel {
   // Engine side: queue bytes for the host, arriving after the latency timer.
   void Deliver(std::span<const uint8_t> bytes);
   // Queue bytes that reach the host at `arrivalUs`. Bytes leave the chip in
-  // order, so anything queued earlier arrives no later than these.
+  // order, so anything queued earlier arrives no later than these; with no
+  // bytes, only that.
   void DeliverAt(int64_t arrivalUs, std::span<const uint8_t> bytes);
   int64_t Now() const { return clock_.Now(); }
 

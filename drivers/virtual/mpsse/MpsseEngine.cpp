@@ -113,7 +113,8 @@ void MpsseEngine::Run(std::span<const uint8_t> command, Channel& channel) {
       divisor_ = static_cast<uint16_t>(command[1] | command[2] << 8);
       return;
     case 0x87:
-      if (!held_.empty()) Flush(cursor_, channel);
+      // Also sends what an earlier write left waiting for the latency timer.
+      Flush(cursor_, channel);
       return;
     case 0x8A:
     case 0x8B:
