@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "virtual/BitBangEngine.h"
+#include "virtual/mpsse/MpsseBench.h"
 
 namespace brevant::virt {
 
@@ -38,7 +39,7 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
       identity.description += ' ';
       identity.description += letter;
     }
-    AddDevice(std::move(identity));
+    InstallMpsse(AddDevice(std::move(identity)), kind, channel);
   }
 }
 
@@ -66,6 +67,7 @@ std::shared_ptr<Bench> MakeDefaultBench() {
     bench->Device(5).Board().Loop(pin, pin + 4);
     bench->Device(6).Board().Drive(pin + 4, pin % 2 == 1);
   }
+  WireDefaultPeripherals(*bench);
   return bench;
 }
 
