@@ -25,6 +25,8 @@ class ByteArray {
   // The bytes given, from element 0.
   ByteArray(std::initializer_list<uint8_t> bytes);
   explicit ByteArray(std::span<const uint8_t> bytes, int32_t lowerBound = 0);
+  // Takes over `bytes` as elements 0 on, without copying them.
+  explicit ByteArray(std::vector<uint8_t>&& bytes) : bytes_(std::move(bytes)), allocated_(true) {}
 
   bool Allocated() const { return allocated_; }
   // Both raise error 9 on an unallocated array.

@@ -112,6 +112,9 @@ class clsFTDIMPSSE {
   // One driver read of `count` bytes into `into` from element 0; fewer raise
   // errReadError.
   void Receive(ByteArray& into, int32_t count);
+  // Sends a transfer command and reads its answer straight into Data, which
+  // ends with lower bound 0 and DataLength elements: what came, then zeros.
+  void SendAndReadInto(ByteArray& command, ByteArray& Data, int32_t DataLength);
   uint8_t ReadPort(uint8_t command);
 
   // Declared first so that it ends last: the port model is let go before it.

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <span>
+#include <vector>
 
 #include "brevant/Error.h"
 #include "brevant/clsFTDIMPSSEPortIO.h"
@@ -41,6 +42,17 @@ constexpr uint8_t kBytesInOut = 0x30;
 constexpr uint8_t kTmsOut = 0x4A;
 constexpr uint8_t kTmsInOut = 0x6A;
 
+[[noreturn]] void RejectShortRead() {
+  throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), kSource,
+              "FTDI read error (timeout)");
+}
+
+// Zeros behind the `filled` bytes that a read put into the array from element 0.
+void ClearBehind(ByteArray& Data, int32_t filled) {
+  const std::span<uint8_t> bytes = Data.FromElementZero();
+  std::fill(bytes.begin() + std::clamp<int64_t>(filled, 0, std::ssize(bytes)), bytes.end(), 0);
+}
+
 [[noreturn]] void RejectParameter(const char* message) {
   throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
 }
@@ -70,24 +82,27 @@ uint8_t High(int32_t value) {
   return static_cast<uint8_t>((value >> 8) & 0xFF);
 }
 
-// Command byte, then the length less one, low byte first.
-ByteArray TransferHeader(uint8_t command, int32_t DataLength, int32_t total) {
-  ByteArray bytes(0, total);
-  bytes[0] = command;
-  bytes[1] = Low(DataLength - 1);
-  bytes[2] = High(DataLength - 1);
-  return bytes;
-}
-
-// Copies the payload behind the header; the client's array must hold it from
-// element 0 on, or error 9 is raised before anything is sent.
-void CopyPayload(const ByteArray& Data, int32_t DataLength, ByteArray& bytes) {
-  const std::span<const uint8_t> from = Data.FromElementZero();
-  if (from.size() < static_cast<size_t>(DataLength)) {
-    throw Error::Generic(kErrSubscriptOutOfRange, kSource);
+// Command byte, the length less one (low byte first), the payload taken from
+// element 0 of Data if `payload`, and the send-immediate byte if `flush`: built in
+// one pass, so that the payload is copied once and nothing is cleared first.
+ByteArray TransferCommand(uint8_t code, const ByteArray& Data, int32_t DataLength, bool payload,
+                          bool flush) {
+  std::span<const uint8_t> from;
+  if (payload) {
+    // The client's array must hold the payload from element 0 on; error 9
+    // before anything is sent if it does not.
+    from = Data.FromElementZero();
+    if (from.size() < static_cast<size_t>(DataLength)) {
+      throw Error::Generic(kErrSubscriptOutOfRange, kSource);
+    }
+    from = from.first(static_cast<size_t>(DataLength));
   }
-  const std::span<uint8_t> to = bytes.FromElementZero().subspan(3);
-  std::copy_n(from.begin(), DataLength, to.begin());
+  std::vector<uint8_t> bytes;
+  bytes.reserve(from.size() + 4);
+  bytes.insert(bytes.end(), {code, Low(DataLength - 1), High(DataLength - 1)});
+  bytes.insert(bytes.end(), from.begin(), from.end());
+  if (flush) bytes.push_back(kSendImmediate);
+  return ByteArray(std::move(bytes));
 }
 
 // Round half to even, whatever rounding mode the client has set.
@@ -123,9 +138,27 @@ void clsFTDIMPSSE::Send(ByteArray& command) {
 void clsFTDIMPSSE::Receive(ByteArray& into, int32_t count) {
   int32_t got = 0;
   Gateway->FTRead(into, count, got);
-  if (got != count) {
-    throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), kSource,
-                "FTDI read error (timeout)");
+  if (got != count) RejectShortRead();
+}
+
+void clsFTDIMPSSE::SendAndReadInto(ByteArray& command, ByteArray& Data, int32_t DataLength) {
+  // Clearing a long array costs as much as reading into it. Unless a sink is to
+  // see the array in the read's log line, an array already of the right shape is
+  // cleared only behind what the read filled, which leaves it the same on every
+  // path: the bytes that came, then zeros.
+  const bool shaped = Data.HasElementZero() && Data.LowerBound() == 0 && Data.Count() == DataLength;
+  if (!shaped || Gateway->Log()) Data.Redim(0, DataLength);
+  int32_t got = 0;
+  try {
+    Send(command);
+    Gateway->FTRead(Data, DataLength, got);
+  } catch (...) {
+    ClearBehind(Data, got);
+    throw;
+  }
+  if (got != DataLength) {
+    ClearBehind(Data, got);
+    RejectShortRead();
   }
 }
 
@@ -184,8 +217,7 @@ void clsFTDIMPSSE::DataBytesOut(ByteArray& Data, int32_t DataLength, eFTMPSSEBit
   if (DataLength == 0) return;
   CheckDataLength(DataLength);
   const auto code = static_cast<uint8_t>(kBytesOut | (BitOrder * 8) | ClockPolarity);
-  ByteArray command = TransferHeader(code, DataLength, DataLength + 3);
-  CopyPayload(Data, DataLength, command);
+  ByteArray command = TransferCommand(code, Data, DataLength, true, false);
   Send(command);
 }
 
@@ -196,11 +228,8 @@ void clsFTDIMPSSE::DataBytesIn(ByteArray& Data, int32_t DataLength, eFTMPSSEBitO
   if (DataLength == 0) return;
   CheckDataLength(DataLength);
   const auto code = static_cast<uint8_t>(kBytesIn | (BitOrder * 8) | (ClockPolarity * 4));
-  ByteArray command = TransferHeader(code, DataLength, 4);
-  command[3] = kSendImmediate;
-  Data.Redim(0, DataLength);
-  Send(command);
-  Receive(Data, DataLength);
+  ByteArray command = TransferCommand(code, Data, DataLength, false, true);
+  SendAndReadInto(command, Data, DataLength);
 }
 
 void clsFTDIMPSSE::DataBytesInOut(ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
@@ -213,12 +242,8 @@ void clsFTDIMPSSE::DataBytesInOut(ByteArray& Data, int32_t DataLength, eFTMPSSEB
   CheckDataLength(DataLength);
   const auto code =
       static_cast<uint8_t>(kBytesInOut | (BitOrder * 8) | ClockPolarityOut | (ClockPolarityIn * 4));
-  ByteArray command = TransferHeader(code, DataLength, DataLength + 4);
-  CopyPayload(Data, DataLength, command);
-  command[DataLength + 3] = kSendImmediate;
-  Data.Redim(0, DataLength);
-  Send(command);
-  Receive(Data, DataLength);
+  ByteArray command = TransferCommand(code, Data, DataLength, true, true);
+  SendAndReadInto(command, Data, DataLength);
 }
 
 void clsFTDIMPSSE::HardwareLoopback(bool Enable) {

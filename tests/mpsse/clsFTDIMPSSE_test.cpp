@@ -260,6 +260,35 @@ TEST_F(MpsseTest, ShortReadsRaiseAndTheLateAnswerComesNext) {
   EXPECT_EQ(mpsse.ReadPortHigh(), 0xC3);
 }
 
+// An array that already has the right shape ends the same with or without a
+// sink, whatever fails: the bytes that came, then zeros.
+TEST_F(MpsseTest, ReadIntoAnArrayOfTheRightShapeEndsTheSameWithOrWithoutASink) {
+  const struct {
+    const char* name;
+    std::initializer_list<uint8_t> answer;
+    virt::Call failing;  // kOpen: nothing fails
+    ByteArray data;
+  } cases[] = {
+      {"full", {1, 2, 3}, virt::Call::kOpen, {1, 2, 3}},
+      {"short", {1}, virt::Call::kOpen, {1, 0, 0}},
+      {"write fails", {1, 2, 3}, virt::Call::kWrite, {0, 0, 0}},
+      {"read fails", {1, 2, 3}, virt::Call::kRead, {0, 0, 0}},
+  };
+  clsFTDIMPSSE& mpsse = Open();
+  for (const bool sink : {true, false}) {
+    mpsse.Log(sink ? log : nullptr);
+    for (const auto& c : cases) {
+      SCOPED_TRACE(std::string(c.name) + (sink ? " with sink" : ""));
+      recorder->answers.clear();
+      recorder->Answer(c.answer);
+      bench->Faults().Add({.call = c.failing, .nth = bench->Faults().Calls(c.failing) + 1});
+      ByteArray data{0xEE, 0xEE, 0xEE};
+      Raised([&] { mpsse.DataBytesInOut(data, 3, MSB, Pos, Pos); });
+      EXPECT_EQ(data, c.data);
+    }
+  }
+}
+
 TEST_F(MpsseTest, TmsReadShiftsTheFirstBitDownToBitZero) {
   const struct {
     uint8_t length, answer, out;
