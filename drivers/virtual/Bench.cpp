@@ -3,6 +3,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "virtual/mpsse/MpsseBench.h"
+
 namespace brevant::virt {
 
 namespace {
@@ -34,7 +36,7 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
       identity.description += ' ';
       identity.description += letter;
     }
-    AddDevice(std::move(identity));
+    InstallMpsse(AddDevice(std::move(identity)), kind, channel);
   }
 }
 
@@ -54,6 +56,7 @@ std::shared_ptr<Bench> MakeDefaultBench() {
   bench->AddPart(PartKind::kFT2232H, "BV22H001", 0x0231);
   bench->AddPart(PartKind::kFT232H, "BV23H002", 0x0114);
   bench->AddPart(PartKind::kFT4232H, "BV42H003", 0x0121);
+  WireDefaultPeripherals(*bench);
   return bench;
 }
 

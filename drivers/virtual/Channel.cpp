@@ -23,9 +23,13 @@ void Channel::SetEngine(uint8_t mode, std::shared_ptr<ChannelEngine> engine) {
   engines_[mode] = std::move(engine);
 }
 
-ChannelEngine* Channel::CurrentEngine() const {
-  const auto found = engines_.find(settings_.mode);
+ChannelEngine* Channel::EngineFor(uint8_t mode) const {
+  const auto found = engines_.find(mode);
   return found == engines_.end() ? nullptr : found->second.get();
+}
+
+ChannelEngine* Channel::CurrentEngine() const {
+  return EngineFor(settings_.mode);
 }
 
 void Channel::SetBitMode(uint8_t mask, uint8_t mode) {
@@ -41,8 +45,15 @@ void Channel::HostWrite(std::span<const uint8_t> bytes) {
 
 void Channel::Deliver(std::span<const uint8_t> bytes) {
   // The chip holds a short answer until its latency timer runs out.
-  const int64_t arrival = clock_.Now() + std::max<int64_t>(settings_.latencyMs, 1) * kUsPerMs;
-  pending_.push_back({arrival, std::vector<uint8_t>(bytes.begin(), bytes.end())});
+  DeliverAt(clock_.Now() + std::max<int64_t>(settings_.latencyMs, 1) * kUsPerMs, bytes);
+}
+
+void Channel::DeliverAt(int64_t arrivalUs, std::span<const uint8_t> bytes) {
+  for (auto chunk = pending_.rbegin(); chunk != pending_.rend() && chunk->arrivalUs > arrivalUs;
+       ++chunk) {
+    chunk->arrivalUs = arrivalUs;
+  }
+  pending_.push_back({arrivalUs, std::vector<uint8_t>(bytes.begin(), bytes.end())});
 }
 
 uint32_t Channel::Available() const {

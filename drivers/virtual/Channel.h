@@ -62,6 +62,8 @@ class Channel {
   const Wires& Board() const { return board_; }
   // Puts `engine` behind the channel in bit mode `mode`.
   void SetEngine(uint8_t mode, std::shared_ptr<ChannelEngine> engine);
+  // The engine of bit mode `mode`, or null.
+  ChannelEngine* EngineFor(uint8_t mode) const;
 
   // Host side, called by the driver.
   void SetBitMode(uint8_t mask, uint8_t mode);
@@ -78,6 +80,9 @@ class Channel {
 
   // Engine side: queue bytes for the host, arriving after the latency timer.
   void Deliver(std::span<const uint8_t> bytes);
+  // Queue bytes that reach the host at `arrivalUs`. Bytes leave the chip in
+  // order, so anything queued earlier arrives no later than these.
+  void DeliverAt(int64_t arrivalUs, std::span<const uint8_t> bytes);
   int64_t Now() const { return clock_.Now(); }
 
  private:

@@ -27,7 +27,13 @@ void Wires::Drive(int pin, bool level) {
   boardLevels_ = static_cast<uint16_t>(level ? boardLevels_ | bit : boardLevels_ & ~bit);
 }
 
-void Wires::Release(int pin) { boardDriven_ &= static_cast<uint16_t>(~Bit(pin)); }
+void Wires::Led(int pin) {
+  leds_ |= Bit(pin);
+}
+
+void Wires::Release(int pin) {
+  boardDriven_ &= static_cast<uint16_t>(~Bit(pin));
+}
 
 uint16_t Wires::Levels(uint16_t driven, uint16_t outputs) const {
   const uint16_t inputs = static_cast<uint16_t>(~outputs);

@@ -1,0 +1,53 @@
+#include "virtual/mpsse/MpsseBench.h"
+
+#include <memory>
+#include <stdexcept>
+
+#include "virtual/mpsse/JtagChain.h"
+#include "virtual/mpsse/SpiFlash.h"
+
+namespace brevant::virt {
+
+namespace {
+
+constexpr uint8_t kModeMpsse = 0x02;
+
+// Data bytes of a bulk IN packet once the two modem status bytes are off.
+constexpr size_t kHighSpeedPacket = 510;
+constexpr size_t kFullSpeedPacket = 62;
+
+}  // namespace
+
+void InstallMpsse(Channel& channel, PartKind kind, int index) {
+  const int channels = kind == PartKind::kFT232H || kind == PartKind::kFT2232D ? 1 : 2;
+  if (index >= channels) return;
+  const bool highSpeed = kind != PartKind::kFT2232D;
+  channel.SetEngine(kModeMpsse,
+                    std::make_shared<MpsseEngine>(channel.Board(), highSpeed,
+                                                  highSpeed ? kHighSpeedPacket : kFullSpeedPacket));
+}
+
+MpsseEngine& MpsseOf(Channel& channel) {
+  auto* engine = dynamic_cast<MpsseEngine*>(channel.EngineFor(kModeMpsse));
+  if (engine == nullptr) throw std::logic_error("this channel has no MPSSE engine");
+  return *engine;
+}
+
+void WireDefaultPeripherals(Bench& bench) {
+  // A 32 Mbit flash with a well-known maker's ID: Winbond (EF), type 40, 4 MiB (16).
+  MpsseOf(bench.Device(0))
+      .Attach(std::make_shared<SpiFlash>(std::array<uint8_t, 3>{0xEF, 0x40, 0x16}, 4u << 20));
+  // First on TDI an ARM debug port (IR 4 bits, IDCODE instruction 0xE), then an
+  // FPGA of the Artix-7 kind (IR 6 bits, IDCODE instruction 0x09).
+  MpsseOf(bench.Device(1))
+      .Attach(std::make_shared<JtagChain>(
+          std::vector<JtagTap>{JtagTap(4, 0x4BA00477, 0xE), JtagTap(6, 0x0362D093, 0x09)}));
+  // GPIOH0 drives GPIOH1, GPIOL1 drives GPIOL2; LEDs on GPIOL0 and GPIOH3.
+  Wires& board = bench.Device(2).Board();
+  board.Loop(8, 9);
+  board.Loop(5, 6);
+  board.Led(4);
+  board.Led(11);
+}
+
+}  // namespace brevant::virt

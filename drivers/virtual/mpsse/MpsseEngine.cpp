@@ -1,0 +1,292 @@
+#include "virtual/mpsse/MpsseEngine.h"
+
+#include <algorithm>
+
+#include "virtual/Channel.h"
+
+namespace brevant::virt {
+
+namespace {
+
+using namespace mpsse_pin;
+
+// Virtual time inside the engine runs in ticks of the 30 MHz base clock, so that
+// a bit period is a whole number of ticks under either clock rule.
+constexpr int64_t kTicksPerUs = 30;
+
+// Opcode bits of the data-shifting commands.
+constexpr uint8_t kBitMode = 0x02;
+constexpr uint8_t kReadFalling = 0x04;
+constexpr uint8_t kLsbFirst = 0x08;
+constexpr uint8_t kWriteTdi = 0x10;
+constexpr uint8_t kReadTdo = 0x20;
+constexpr uint8_t kWriteTms = 0x40;
+
+constexpr uint8_t kBadCommand = 0xFA;
+
+bool IsShift(uint8_t opcode) {
+  return opcode < 0x80 && (opcode & 0x70) != 0;
+}
+
+// Bytes the command at the front of `stream` takes in all; 0 while its length
+// field has not come yet.
+size_t CommandSize(std::span<const uint8_t> stream) {
+  const uint8_t opcode = stream[0];
+  if (IsShift(opcode)) {
+    // Bit and TMS commands: a bit count and, if they write, one data byte.
+    if (opcode & (kBitMode | kWriteTms)) return opcode & (kWriteTdi | kWriteTms) ? 3 : 2;
+    if (stream.size() < 3) return 0;
+    const size_t count = (stream[1] | stream[2] << 8) + 1u;
+    return 3 + (opcode & kWriteTdi ? count : 0);
+  }
+  switch (opcode) {
+    case 0x80:
+    case 0x82:
+    case 0x86:
+      return 3;
+    default:
+      return 1;
+  }
+}
+
+}  // namespace
+
+MpsseEngine::MpsseEngine(Wires& board, bool highSpeed, size_t packetBytes)
+    : board_(board), highSpeed_(highSpeed), packetBytes_(packetBytes) {}
+
+void MpsseEngine::Start(uint8_t /*mask*/) {
+  // Pin directions come from the port commands, not from the bit mode's mask;
+  // entering the mode only drops a command left half sent.
+  partial_.clear();
+}
+
+void MpsseEngine::Receive(std::span<const uint8_t> bytes, Channel& channel) {
+  cursor_ = std::max(cursor_, channel.Now() * kTicksPerUs);
+  latencyTicks_ = std::max<int64_t>(channel.Settings().latencyMs, 1) * 1000 * kTicksPerUs;
+  if (partial_.empty()) {
+    const size_t used = RunCommands(bytes, channel);
+    partial_.assign(bytes.begin() + static_cast<ptrdiff_t>(used), bytes.end());
+  } else {
+    partial_.insert(partial_.end(), bytes.begin(), bytes.end());
+    const size_t used = RunCommands(partial_, channel);
+    partial_.erase(partial_.begin(), partial_.begin() + static_cast<ptrdiff_t>(used));
+  }
+  // What no packet or send immediate took goes when the latency timer runs out.
+  if (!held_.empty()) Flush(heldSince_ + latencyTicks_, channel);
+}
+
+size_t MpsseEngine::RunCommands(std::span<const uint8_t> stream, Channel& channel) {
+  size_t used = 0;
+  while (used < stream.size()) {
+    const size_t size = CommandSize(stream.subspan(used));
+    if (size == 0 || size > stream.size() - used) break;
+    Run(stream.subspan(used, size), channel);
+    used += size;
+  }
+  return used;
+}
+
+void MpsseEngine::Run(std::span<const uint8_t> command, Channel& channel) {
+  const uint8_t opcode = command[0];
+  if (IsShift(opcode)) return Shift(command, channel);
+  switch (opcode) {
+    case 0x80:
+    case 0x82: {
+      const int shift = opcode == 0x80 ? 0 : 8;
+      const uint16_t keep = static_cast<uint16_t>(0xFF00 >> shift);
+      latch_ = static_cast<uint16_t>((latch_ & keep) | command[1] << shift);
+      outputs_ = static_cast<uint16_t>((outputs_ & keep) | command[2] << shift);
+      Notify(cursor_);
+      return;
+    }
+    case 0x81:
+    case 0x83: {
+      const uint8_t level = static_cast<uint8_t>(Levels() >> (opcode == 0x81 ? 0 : 8));
+      Produce({&level, 1}, cursor_, 0, channel);
+      return;
+    }
+    case 0x84:
+    case 0x85:
+      loopback_ = opcode == 0x84;
+      return;
+    case 0x86:
+      divisor_ = static_cast<uint16_t>(command[1] | command[2] << 8);
+      return;
+    case 0x87:
+      if (!held_.empty()) Flush(cursor_, channel);
+      return;
+    case 0x8A:
+    case 0x8B:
+      // Only the high-speed parts can switch their divide-by-5 off.
+      if (!highSpeed_) break;
+      divideBy5_ = opcode == 0x8B;
+      return;
+    default:
+      break;
+  }
+  const uint8_t bad[] = {kBadCommand, opcode};
+  Produce(bad, cursor_, 0, channel);
+}
+
+void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
+  const uint8_t opcode = command[0];
+  const bool tms = opcode & kWriteTms;
+  const bool writes = tms || (opcode & kWriteTdi);
+  const bool reads = opcode & kReadTdo;
+  const bool lsbFirst = tms || (opcode & kLsbFirst);
+  const bool readFalling = opcode & kReadFalling;
+  const int64_t start = cursor_;
+  const int64_t bit = BitTicks();
+
+  if (!tms && !(opcode & kBitMode)) {
+    const size_t count = (command[1] | command[2] << 8) + 1u;
+    const auto payload = writes ? command.subspan(3) : std::span<const uint8_t>{};
+    std::vector<uint8_t> answer(reads ? count : 0);
+    if (CanShiftFast()) {
+      ShiftFast(opcode, payload, count, answer);
+    } else {
+      for (size_t i = 0; i < count; ++i) {
+        unsigned in = 0;
+        for (int b = 0; b < 8; ++b) {
+          const int place = lsbFirst ? b : 7 - b;
+          if (writes) SetLatch(kDataOut, payload[i] >> place & 1);
+          in |= unsigned{ClockBit(readFalling, start + static_cast<int64_t>(i * 8 + b) * bit)}
+                << place;
+        }
+        if (reads) answer[i] = static_cast<uint8_t>(in);
+      }
+    }
+    cursor_ = start + static_cast<int64_t>(count) * 8 * bit;
+    if (reads) Produce(answer, start + 8 * bit, 8 * bit, channel);
+    return;
+  }
+
+  // Bit commands take a count of 1 to 8 bits in the low three bits.
+  const int bits = (command[1] & 7) + 1;
+  const uint8_t data = writes ? command[2] : 0;
+  // A TMS command holds bit 7 of its byte on TDI for all its clocks.
+  if (tms) SetLatch(kDataOut, data & 0x80);
+  unsigned in = 0;
+  for (int b = 0; b < bits; ++b) {
+    if (tms) {
+      SetLatch(kSelect, data >> b & 1);
+    } else if (writes) {
+      SetLatch(kDataOut, data >> (lsbFirst ? b : 7 - b) & 1);
+    }
+    const unsigned sample = ClockBit(readFalling, start + b * bit);
+    // LSB-first reads (TMS ones too) come in from the top of the byte.
+    in = lsbFirst ? (in >> 1) | sample << 7 : (in << 1 | sample) & 0xFF;
+  }
+  cursor_ = start + bits * bit;
+  if (reads) {
+    const uint8_t byte = static_cast<uint8_t>(in);
+    Produce({&byte, 1}, cursor_, 0, channel);
+  }
+}
+
+bool MpsseEngine::CanShiftFast() const {
+  if (!devices_.empty()) return false;
+  if (loopback_) return true;
+  // DI may follow a serial pin through a loop on the board; then only the bit
+  // path gets its samples right.
+  const uint16_t serial = kClock | kDataOut | kSelect;
+  const uint16_t low = board_.Levels(static_cast<uint16_t>(latch_ & ~serial), outputs_);
+  const uint16_t high = board_.Levels(static_cast<uint16_t>(latch_ | serial), outputs_);
+  return ((low ^ high) & kDataIn) == 0;
+}
+
+void MpsseEngine::ShiftFast(uint8_t opcode, std::span<const uint8_t> payload, size_t count,
+                            std::vector<uint8_t>& answer) {
+  if (!answer.empty()) {
+    // Loopback reads each bit on the edge it was written for, so a byte comes
+    // back as it went out, in either bit order.
+    if (loopback_ && !payload.empty()) {
+      std::copy_n(payload.begin(), count, answer.begin());
+    } else {
+      std::fill(answer.begin(), answer.end(), DataIn() ? 0xFF : 0x00);
+    }
+  }
+  // DO keeps the last bit shifted out.
+  if (!payload.empty()) {
+    const uint8_t last = payload[count - 1];
+    SetLatch(kDataOut, opcode & kLsbFirst ? last & 0x80 : last & 1);
+  }
+}
+
+bool MpsseEngine::ClockBit(bool readOnFalling, int64_t atTicks) {
+  Notify(atTicks);
+  bool sample = false;
+  const int64_t half = BitTicks() / 2;
+  for (int edge = 1; edge <= 2; ++edge) {
+    // The edge's direction depends on where the client left SK idle.
+    const bool rising = !(latch_ & kClock);
+    // The chip samples before anything on the board reacts to the edge.
+    if (rising != readOnFalling) sample = DataIn();
+    latch_ ^= kClock;
+    Notify(atTicks + edge * half);
+  }
+  return sample;
+}
+
+void MpsseEngine::SetLatch(uint16_t pins, bool high) {
+  latch_ = static_cast<uint16_t>(high ? latch_ | pins : latch_ & ~pins);
+}
+
+void MpsseEngine::Notify(int64_t atTicks) {
+  if (devices_.empty()) return;
+  const uint16_t levels = Levels();
+  for (const auto& device : devices_) device->Sense(levels, atTicks / kTicksPerUs);
+}
+
+uint16_t MpsseEngine::Levels() const {
+  uint16_t levels = board_.Levels(latch_, outputs_);
+  for (const auto& device : devices_) {
+    const uint16_t pins = static_cast<uint16_t>(device->DrivenPins() & ~outputs_);
+    levels = static_cast<uint16_t>((levels & ~pins) | (device->DrivenLevels() & pins));
+  }
+  return levels;
+}
+
+bool MpsseEngine::DataIn() const {
+  // Loopback joins DO to DI inside the chip, whatever the pins do.
+  return loopback_ ? (latch_ & kDataOut) != 0 : (Levels() & kDataIn) != 0;
+}
+
+int64_t MpsseEngine::BitTicks() const {
+  return (divisor_ + 1) * (divideBy5_ ? 5 : 1);
+}
+
+double MpsseEngine::ClockHz() const {
+  return (divideBy5_ ? 6e6 : 30e6) / (divisor_ + 1.0);
+}
+
+void MpsseEngine::Produce(std::span<const uint8_t> bytes, int64_t firstReady, int64_t step,
+                          Channel& channel) {
+  size_t i = 0;
+  while (i < bytes.size()) {
+    const int64_t ready = firstReady + static_cast<int64_t>(i) * step;
+    if (!held_.empty() && heldSince_ + latencyTicks_ < ready) {
+      Flush(heldSince_ + latencyTicks_, channel);
+      continue;
+    }
+    if (held_.empty()) heldSince_ = ready;
+    size_t take = std::min(bytes.size() - i, packetBytes_ - held_.size());
+    if (step > 0) {
+      // Only what is ready before the latency timer runs out joins this packet.
+      take = std::min(take, static_cast<size_t>((heldSince_ + latencyTicks_ - ready) / step) + 1);
+    }
+    held_.insert(held_.end(), bytes.begin() + static_cast<ptrdiff_t>(i),
+                 bytes.begin() + static_cast<ptrdiff_t>(i + take));
+    i += take;
+    if (held_.size() == packetBytes_) {
+      Flush(firstReady + static_cast<int64_t>(i - 1) * step, channel);
+    }
+  }
+}
+
+void MpsseEngine::Flush(int64_t atTicks, Channel& channel) {
+  channel.DeliverAt((atTicks + kTicksPerUs - 1) / kTicksPerUs, held_);
+  held_.clear();
+}
+
+}  // namespace brevant::virt

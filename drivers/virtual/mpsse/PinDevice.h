@@ -1,0 +1,30 @@
+// Something on the board that the chip clocks through its pins: an SPI flash, a
+// JTAG chain. The MPSSE engine shows it every change of the pins and reads back
+// the pins it drives.
+#pragma once
+
+#include <cstdint>
+
+namespace brevant::virt {
+
+// The serial pins of an MPSSE port (ADBUS0-3), as bits of a pin mask.
+namespace mpsse_pin {
+inline constexpr uint16_t kClock = 0x01;    // SK / TCK
+inline constexpr uint16_t kDataOut = 0x02;  // DO / TDI
+inline constexpr uint16_t kDataIn = 0x04;   // DI / TDO
+inline constexpr uint16_t kSelect = 0x08;   // CS / TMS
+}  // namespace mpsse_pin
+
+class PinDevice {
+ public:
+  virtual ~PinDevice() = default;
+  // The pins now stand at `levels` (bits 0-15: ADBUS0-7, ACBUS0-7), at virtual
+  // time `nowUs`. Called on every change; a device finds its edges itself.
+  virtual void Sense(uint16_t levels, int64_t nowUs) = 0;
+  // The pins the device drives now.
+  virtual uint16_t DrivenPins() const = 0;
+  // The levels it drives them to.
+  virtual uint16_t DrivenLevels() const = 0;
+};
+
+}  // namespace brevant::virt
