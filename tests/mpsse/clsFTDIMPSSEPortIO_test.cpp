@@ -4,7 +4,7 @@
 #include <climits>
 #include <functional>
 
-#include "mpsse/MpsseTest.h"
+#include "mpsse/MpsseChannelTest.h"
 #include "support/Raised.h"
 
 namespace brevant::testing {
@@ -12,7 +12,7 @@ namespace {
 
 using Pins = clsFTDIMPSSEPortIO;
 
-class PortIOTest : public MpsseTest {
+class PortIOTest : public MpsseChannelTest {
  protected:
   Pins& OpenPins() {
     Open();

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "gateway/clsFTD2xx.h"
-#include "mpsse/MpsseTest.h"
+#include "mpsse/MpsseChannelTest.h"
 #include "support/Raised.h"
 
 namespace brevant::testing {
@@ -24,7 +24,7 @@ eFTMPSSEClockPolarity Edge(int32_t value) {
   return static_cast<eFTMPSSEClockPolarity>(value);
 }
 
-TEST_F(MpsseTest, InitializeEntersMpsseModeAndSendsNoCommand) {
+TEST_F(MpsseChannelTest, InitializeEntersMpsseModeAndSendsNoCommand) {
   Open();
   channel->Terminate();
   channel->Initialize(0);
@@ -35,7 +35,7 @@ TEST_F(MpsseTest, InitializeEntersMpsseModeAndSendsNoCommand) {
   EXPECT_TRUE(recorder->trace.empty());
 }
 
-TEST_F(MpsseTest, EachMemberIsOneCommand) {
+TEST_F(MpsseChannelTest, EachMemberIsOneCommand) {
   const struct {
     const char* name;
     Action action;
@@ -72,7 +72,7 @@ TEST_F(MpsseTest, EachMemberIsOneCommand) {
   }
 }
 
-TEST_F(MpsseTest, CommandByteOfEveryOrderAndEdge) {
+TEST_F(MpsseChannelTest, CommandByteOfEveryOrderAndEdge) {
   // Member: 0 bytes out, 1 bytes in, 2 bytes in and out, 3 TMS out, 4 TMS in and out.
   const struct {
     int member;
@@ -117,7 +117,7 @@ TEST_F(MpsseTest, CommandByteOfEveryOrderAndEdge) {
   }
 }
 
-TEST_F(MpsseTest, LengthFieldHoldsTheCountLessOne) {
+TEST_F(MpsseChannelTest, LengthFieldHoldsTheCountLessOne) {
   const struct {
     int32_t length;
     const char* field;
@@ -143,7 +143,7 @@ TEST_F(MpsseTest, LengthFieldHoldsTheCountLessOne) {
   }
 }
 
-TEST_F(MpsseTest, ArgumentsAreRefusedInOrderBeforeAnyDeviceAccess) {
+TEST_F(MpsseChannelTest, ArgumentsAreRefusedInOrderBeforeAnyDeviceAccess) {
   ByteArray d{1};
   uint8_t out = 0;
   const struct {
@@ -185,7 +185,7 @@ TEST_F(MpsseTest, ArgumentsAreRefusedInOrderBeforeAnyDeviceAccess) {
   EXPECT_EQ(mpsse.GetClockDivisor(), 9);
 }
 
-TEST_F(MpsseTest, LengthZeroDoesNothingEvenWithNoDevice) {
+TEST_F(MpsseChannelTest, LengthZeroDoesNothingEvenWithNoDevice) {
   ByteArray data(-2, 3);
   data[0] = 7;
   const ByteArray before = data;
@@ -200,7 +200,7 @@ TEST_F(MpsseTest, LengthZeroDoesNothingEvenWithNoDevice) {
   EXPECT_TRUE(recorder->trace.empty());
 }
 
-TEST_F(MpsseTest, PayloadComesFromElementZeroAndMustBeThere) {
+TEST_F(MpsseChannelTest, PayloadComesFromElementZeroAndMustBeThere) {
   clsFTDIMPSSE& mpsse = Open();
   ByteArray window(-2, 5);  // elements -2..2
   for (int32_t i = -2; i <= 2; ++i) window[i] = static_cast<uint8_t>(0x10 + i);
@@ -219,7 +219,7 @@ TEST_F(MpsseTest, PayloadComesFromElementZeroAndMustBeThere) {
   EXPECT_EQ(recorder->trace.size(), 1u);
 }
 
-TEST_F(MpsseTest, ReadsResizeDataToExactlyTheLength) {
+TEST_F(MpsseChannelTest, ReadsResizeDataToExactlyTheLength) {
   clsFTDIMPSSE& mpsse = Open();
   ByteArray longer(-2, 10), shorter{9};
   recorder->Answer({1, 2, 3, 4, 5, 6});
@@ -230,7 +230,7 @@ TEST_F(MpsseTest, ReadsResizeDataToExactlyTheLength) {
 }
 
 // What is missing raises errReadError; the late bytes are the next read's first.
-TEST_F(MpsseTest, ShortReadsRaiseAndTheLateAnswerComesNext) {
+TEST_F(MpsseChannelTest, ShortReadsRaiseAndTheLateAnswerComesNext) {
   clsFTDIMPSSE& mpsse = Open();
   ByteArray data{0xEE, 0xEE, 0xEE, 0xEE};
   uint8_t out = 0x33;
@@ -262,7 +262,7 @@ TEST_F(MpsseTest, ShortReadsRaiseAndTheLateAnswerComesNext) {
 
 // An array that already has the right shape ends the same with or without a
 // sink, whatever fails: the bytes that came, then zeros.
-TEST_F(MpsseTest, ReadIntoAnArrayOfTheRightShapeEndsTheSameWithOrWithoutASink) {
+TEST_F(MpsseChannelTest, ReadIntoAnArrayOfTheRightShapeEndsTheSameWithOrWithoutASink) {
   const struct {
     const char* name;
     std::initializer_list<uint8_t> answer;
@@ -289,7 +289,7 @@ TEST_F(MpsseTest, ReadIntoAnArrayOfTheRightShapeEndsTheSameWithOrWithoutASink) {
   }
 }
 
-TEST_F(MpsseTest, TmsReadShiftsTheFirstBitDownToBitZero) {
+TEST_F(MpsseChannelTest, TmsReadShiftsTheFirstBitDownToBitZero) {
   const struct {
     uint8_t length, answer, out;
   } cases[] = {{1, 0x80, 0x01}, {3, 0xA0, 0x05}, {7, 0xFE, 0x7F}, {8, 0xA5, 0xA5}};
@@ -302,7 +302,7 @@ TEST_F(MpsseTest, TmsReadShiftsTheFirstBitDownToBitZero) {
   }
 }
 
-TEST_F(MpsseTest, ClockDivisorArithmetic) {
+TEST_F(MpsseChannelTest, ClockDivisorArithmetic) {
   const struct {
     double frequency;
     int32_t divisor;
@@ -327,7 +327,7 @@ TEST_F(MpsseTest, ClockDivisorArithmetic) {
   }
 }
 
-TEST_F(MpsseTest, DivisorAndSinkSurviveTerminateButTheDeviceDoesNot) {
+TEST_F(MpsseChannelTest, DivisorAndSinkSurviveTerminateButTheDeviceDoesNot) {
   EXPECT_EQ(channel->GetClockDivisor(), 0);
   const Error e = Raised([&] { channel->SetClockDivisor(300); });
   EXPECT_EQ(e.Description(), "Device not opened");
@@ -343,7 +343,7 @@ TEST_F(MpsseTest, DivisorAndSinkSurviveTerminateButTheDeviceDoesNot) {
   EXPECT_EQ(channel->GetClockDivisor(), 300);
 }
 
-TEST_F(MpsseTest, LogsEachDriverCallAndPassesDriverFailuresThrough) {
+TEST_F(MpsseChannelTest, LogsEachDriverCallAndPassesDriverFailuresThrough) {
   clsFTDIMPSSE& mpsse = Open();
   recorder->Answer({0x3C});
   mpsse.SetClockDivisor(258);
@@ -364,7 +364,7 @@ TEST_F(MpsseTest, LogsEachDriverCallAndPassesDriverFailuresThrough) {
 
 // The channel owns its port model; a model kept past the channel's end refuses
 // the device and keeps its shadow.
-TEST_F(MpsseTest, PortModelOutlivesItsChannelSafely) {
+TEST_F(MpsseChannelTest, PortModelOutlivesItsChannelSafely) {
   Open();
   const auto pins = channel->MPSSEPortIO();
   EXPECT_EQ(pins, channel->MPSSEPortIO());

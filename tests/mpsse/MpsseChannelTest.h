@@ -24,7 +24,7 @@ inline int32_t Number(errFTDIMPSSE e) {
   return static_cast<int32_t>(e);
 }
 
-class MpsseTest : public ::testing::Test {
+class MpsseChannelTest : public ::testing::Test {
  protected:
   void SetUp() override {
     SetDriver(recorder);
