@@ -1,7 +1,7 @@
 // What the MPSSE channel adds to a transfer: DataBytesInOut through the class,
 // with no sink, against the bare driver writing the same command, payload placed
-// behind its header, and reading the same answer. The bench's channel answers every read command with its payload,
-// so both sides move the same bytes.
+// behind its header, and reading the same answer. The bench's channel echoes the
+// payload of every command that reads, so both sides move the same bytes.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
