@@ -30,6 +30,8 @@ class Array {
   Array(std::initializer_list<T> elements) : items_(elements), allocated_(true) {}
   explicit Array(std::span<const T> elements, int32_t lowerBound = 0)
       : items_(elements.begin(), elements.end()), lower_(lowerBound), allocated_(true) {}
+  // Takes over `elements` as elements 0 on, without copying them.
+  explicit Array(std::vector<T>&& elements) : items_(std::move(elements)), allocated_(true) {}
 
   bool Allocated() const { return allocated_; }
   // Both raise error 9 on an unallocated array.
