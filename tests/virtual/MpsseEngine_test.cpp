@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -60,6 +61,8 @@ struct ShiftCase {
   Bytes answer;
   std::string dataOut;  // DO at each rising edge, one character a clock
   std::string tms;      // TMS likewise; empty: not checked
+  // The test's name says enough; gtest would otherwise dump the bytes.
+  friend void PrintTo(const ShiftCase& c, std::ostream* os) { *os << c.name; }
 };
 
 const ShiftCase kShiftCases[] = {
