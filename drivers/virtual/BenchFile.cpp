@@ -9,11 +9,17 @@
 #include <string_view>
 #include <system_error>
 
+#include "virtual/mpsse/JtagChain.h"
+#include "virtual/mpsse/MpsseBench.h"
+#include "virtual/mpsse/SpiFlash.h"
+
 namespace brevant::virt {
 
 namespace {
 
 using nlohmann::json;
+
+constexpr uint8_t kMpsseMode = 2;  // peripherals on the serial pins need the MPSSE
 
 constexpr std::array<PartKind, 4> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
                                             PartKind::kFT2232H, PartKind::kFT4232H};
@@ -184,8 +190,86 @@ class Reader {
     bench.Faults().Add(fault);
   }
 
+  // A pin of a channel's two ports: ADBUS 0-7, ACBUS 8-15.
+  int Pin(const json& value, const std::string& place) const {
+    return static_cast<int>(Number(value, place, 0, 15));
+  }
+
+  // A list of two-element lists, such as [[8, 9], [5, 6]].
+  std::vector<std::pair<uint64_t, uint64_t>> Pairs(const json& value, const std::string& place,
+                                                   uint64_t secondHigh) const {
+    if (!value.is_array()) Fail(place, "expected a list");
+    std::vector<std::pair<uint64_t, uint64_t>> pairs;
+    for (size_t i = 0; i < value.size(); ++i) {
+      const std::string at = place + "[" + std::to_string(i) + "]";
+      if (!value[i].is_array() || value[i].size() != 2) Fail(at, "expected a pair [a, b]");
+      pairs.emplace_back(Pin(value[i][0], at + "[0]"),
+                         Number(value[i][1], at + "[1]", 0, secondHigh));
+    }
+    return pairs;
+  }
+
+  void SpiFlashOn(Channel& channel, const json& entry, const std::string& place) const {
+    Keys(entry, place, {"jedecId", "bytes"});
+    const uint32_t id = static_cast<uint32_t>(
+        Number(Required(entry, place, "jedecId"), place + ".jedecId", 0, 0xFFFFFF, true));
+    const uint32_t bytes = static_cast<uint32_t>(
+        Number(Required(entry, place, "bytes"), place + ".bytes", 4096, 1u << 30));
+    MpsseOf(channel).Attach(std::make_shared<SpiFlash>(
+        std::array<uint8_t, 3>{static_cast<uint8_t>(id >> 16), static_cast<uint8_t>(id >> 8),
+                               static_cast<uint8_t>(id)},
+        bytes));
+  }
+
+  void JtagOn(Channel& channel, const json& taps, const std::string& place) const {
+    if (!taps.is_array() || taps.empty()) Fail(place, "expected a list of TAPs");
+    std::vector<JtagTap> chain;
+    for (size_t i = 0; i < taps.size(); ++i) {
+      const std::string at = place + "[" + std::to_string(i) + "]";
+      Keys(taps[i], at, {"irLength", "idcode", "idcodeInstruction"});
+      const int ir =
+          static_cast<int>(Number(Required(taps[i], at, "irLength"), at + ".irLength", 2, 32));
+      const uint64_t instructionHigh = (uint64_t{1} << ir) - 1;
+      chain.emplace_back(
+          ir, static_cast<uint32_t>(Location(Required(taps[i], at, "idcode"), at + ".idcode")),
+          static_cast<uint32_t>(Number(Required(taps[i], at, "idcodeInstruction"),
+                                       at + ".idcodeInstruction", 0, instructionHigh, true)));
+    }
+    MpsseOf(channel).Attach(std::make_shared<JtagChain>(std::move(chain)));
+  }
+
+  // What the board connects to one device's pins.
+  void Wiring(const json& entry, const std::string& place, Bench& bench) const {
+    Keys(entry, place, {"device", "spiFlash", "jtag", "loops", "levels", "leds"});
+    if (bench.DeviceCount() == 0) Fail(place, "the bench has no devices to wire");
+    const uint64_t index = Number(Required(entry, place, "device"), place + ".device", 0,
+                                  static_cast<uint64_t>(bench.DeviceCount() - 1));
+    Channel& channel = bench.Device(static_cast<int>(index));
+    const bool mpsse = entry.contains("spiFlash") || entry.contains("jtag");
+    if (mpsse && !channel.EngineFor(kMpsseMode)) Fail(place, "this channel has no MPSSE engine");
+    if (entry.contains("spiFlash")) SpiFlashOn(channel, entry.at("spiFlash"), place + ".spiFlash");
+    if (entry.contains("jtag")) JtagOn(channel, entry.at("jtag"), place + ".jtag");
+    if (entry.contains("loops")) {
+      for (const auto& [from, to] : Pairs(entry.at("loops"), place + ".loops", 15)) {
+        channel.Board().Loop(static_cast<int>(from), static_cast<int>(to));
+      }
+    }
+    if (entry.contains("levels")) {
+      for (const auto& [pin, level] : Pairs(entry.at("levels"), place + ".levels", 1)) {
+        channel.Board().Drive(static_cast<int>(pin), level == 1);
+      }
+    }
+    if (entry.contains("leds")) {
+      const json& leds = entry.at("leds");
+      if (!leds.is_array()) Fail(place + ".leds", "expected a list of pins");
+      for (size_t i = 0; i < leds.size(); ++i) {
+        channel.Board().Led(Pin(leds[i], place + ".leds[" + std::to_string(i) + "]"));
+      }
+    }
+  }
+
   std::shared_ptr<Bench> Read(const json& root) const {
-    Keys(root, "top level", {"devices", "faults"});
+    Keys(root, "top level", {"devices", "wiring", "faults"});
     const json& devices = Required(root, "top level", "devices");
     if (!devices.is_array()) Fail("devices", "expected a list");
     auto bench = std::make_shared<Bench>();
@@ -198,6 +282,13 @@ class Reader {
         Part(entry, place, *bench);
       } else {
         Device(entry, place, *bench);
+      }
+    }
+    if (root.contains("wiring")) {
+      const json& wiring = root.at("wiring");
+      if (!wiring.is_array()) Fail("wiring", "expected a list");
+      for (size_t i = 0; i < wiring.size(); ++i) {
+        Wiring(wiring[i], "wiring[" + std::to_string(i) + "]", *bench);
       }
     }
     if (root.contains("faults")) {
