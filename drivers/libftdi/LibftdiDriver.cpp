@@ -153,6 +153,10 @@ FtStatus LibftdiDriver::Scan() {
     }
   }
   ftdi_list_free(&list);
+  // libusb's order follows nothing a user sees; by location, a device keeps its
+  // number from run to run while the plugging stays the same.
+  std::stable_sort(entries_.begin(), entries_.end(),
+                   [](const Entry& a, const Entry& b) { return a.locationId < b.locationId; });
   return ft::kOk;
 }
 

@@ -4,7 +4,8 @@
 // - serial numbers end in the channel letter, descriptions in " A", " B", ...;
 // - a location ID is the USB bus and then each port of the path as hexadecimal
 //   digits (bus 2, ports 1.4: 0x214), plus the channel's number (A 0, B 1, ...)
-//   so that the channels of one part have consecutive locations.
+//   so that the channels of one part have consecutive locations;
+// - the list is in the order of the locations.
 // FT_Read keeps reading until it has the count or the read time-out has passed,
 // then returns kOk with what it has; bytes the queue status saw wait in the
 // handle's receive buffer.
