@@ -362,9 +362,9 @@ FtStatus LibftdiDriver::FT_Read(FtHandle handle, void* buffer, uint32_t count, u
   const Clock::time_point deadline =
       Clock::now() + std::chrono::milliseconds(device->readTimeoutMs);
   while (device->received.size() < count) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    if (limited && left <= 0) break;
+    const Clock::time_point now = Clock::now();
+    if (limited && now >= deadline) break;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now).count();
     const int wait = limited ? static_cast<int>(std::min<int64_t>(left, kBulkReadMs)) : kBulkReadMs;
     const FtStatus status =
         Fill(*device, count - static_cast<uint32_t>(device->received.size()), wait);
