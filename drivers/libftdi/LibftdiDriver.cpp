@@ -183,10 +183,7 @@ FtStatus LibftdiDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
       return ft::kOk;
     case ft::kOpenByLocation: {
       // As with the vendor's driver, a channel in use has no location.
-      const bool inUse = std::any_of(open_.begin(), open_.end(), [&](const auto& item) {
-        return item.second->entry.usb == entry.usb && item.second->entry.channel == entry.channel;
-      });
-      *static_cast<uint32_t*>(arg2) = inUse ? 0 : entry.locationId;
+      *static_cast<uint32_t*>(arg2) = InUse(entry) ? 0 : entry.locationId;
       return ft::kOk;
     }
     default:
@@ -194,11 +191,19 @@ FtStatus LibftdiDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   }
 }
 
+bool LibftdiDriver::InUse(const Entry& entry) const {
+  return std::any_of(open_.begin(), open_.end(), [&](const auto& item) {
+    return item.second->entry.usb == entry.usb && item.second->entry.channel == entry.channel;
+  });
+}
+
 FtStatus LibftdiDriver::FT_Open(int index, FtHandle* handle) {
   Lock lock(mutex_);
   if (handle == nullptr) return ft::kInvalidParameter;
   if (entries_.empty()) Scan();
   if (index < 0 || static_cast<size_t>(index) >= entries_.size()) return ft::kDeviceNotFound;
+  // libusb would let this process claim the interface twice.
+  if (InUse(entries_[static_cast<size_t>(index)])) return ft::kDeviceNotOpened;
   auto device = std::make_unique<Device>();
   device->entry = entries_[static_cast<size_t>(index)];
   device->ftdi = ftdi_new();

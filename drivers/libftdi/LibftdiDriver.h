@@ -75,6 +75,8 @@ class LibftdiDriver : public Ftd2xx {
   };
 
   FtStatus Scan();
+  // True while a handle of this driver has the entry's channel open.
+  bool InUse(const Entry& entry) const;
   void ForgetScan();
   Device* Find(FtHandle handle) const;
   // Reads what the chip has sent by now into the device's receive buffer,

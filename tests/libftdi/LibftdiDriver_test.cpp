@@ -14,6 +14,7 @@
 #include "brevant/clsFTDIMPSSEPortIO.h"
 #include "gateway/Driver.h"
 #include "gateway/clsFTD2xx.h"
+#include "support/Raised.h"
 #include "virtual-usb/UsbBench.h"
 
 namespace brevant::testing {
@@ -51,10 +52,14 @@ TEST_F(LibftdiTest, ListsEachChannelWithTheVendorsNamesAndLocations) {
     EXPECT_EQ(gateway.FTListDescription(c.index), c.description);
     EXPECT_EQ(gateway.FTListLocationID(c.index), c.location);
   }
-  // A channel in use has no location; its neighbour keeps its own.
+  // A channel in use has no location and cannot be opened again; its
+  // neighbour keeps its own.
   gateway.FTOpen(0);
   EXPECT_EQ(gateway.FTListLocationID(0), 0);
   EXPECT_EQ(gateway.FTListLocationID(1), 0x12);
+  const Error e = Raised([&] { clsFTD2xx(driver).FTOpen(0); });
+  EXPECT_EQ(e.Number(), kErrDriverStatus);
+  EXPECT_NE(e.Description().find("FT device not opened"), std::string::npos) << e.Description();
 }
 
 // The bench's peer echoes; a read asking for more waits out the time-out and
