@@ -236,7 +236,7 @@ int UsbPart::Transfer(uint8_t type, uint8_t endpoint, uint8_t* buffer, int lengt
   do {
     const size_t chunk = std::min(data.size() - taken, static_cast<size_t>(payload));
     std::memcpy(buffer + actual, kModemStatus, sizeof kModemStatus);
-    std::memcpy(buffer + actual + 2, data.data() + taken, chunk);
+    std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(taken), chunk, buffer + actual + 2);
     actual += static_cast<int>(2 + chunk);
     taken += chunk;
   } while (taken < data.size());
@@ -299,7 +299,7 @@ int UsbPart::Control(uint8_t* setup, int length, int& actual) {
     return -EPIPE;
   }
   actual = std::min<int>(static_cast<int>(reply.size()), room);
-  std::memcpy(setup + 8, reply.data(), static_cast<size_t>(actual));
+  std::copy_n(reply.begin(), actual, setup + 8);
   return 0;
 }
 
