@@ -104,12 +104,15 @@ void CopyText(const std::string& text, char* buffer) {
 
 }  // namespace
 
+// The USB devices of the list belong to the lister's libusb context, so it is
+// the last thing to go.
 LibftdiDriver::LibftdiDriver() : lister_(ftdi_new()) {}
 
 LibftdiDriver::~LibftdiDriver() {
   for (auto& [handle, device] : open_) {
     ftdi_usb_close(device->ftdi);
     ftdi_free(device->ftdi);
+    libusb_unref_device(device->entry.usb);
   }
   open_.clear();
   ForgetScan();
@@ -270,7 +273,6 @@ FtStatus LibftdiDriver::FT_SetTimeouts(FtHandle handle, uint32_t readTimeout,
   Device* device = Find(handle);
   if (device == nullptr) return ft::kInvalidHandle;
   device->readTimeoutMs = readTimeout;
-  device->writeTimeoutMs = writeTimeout;
   // libusb's 0 also means no limit.
   device->ftdi->usb_write_timeout = static_cast<int>(std::min<uint32_t>(writeTimeout, INT32_MAX));
   return ft::kOk;

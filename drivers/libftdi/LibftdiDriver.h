@@ -70,7 +70,6 @@ class LibftdiDriver : public Ftd2xx {
     ftdi_context* ftdi = nullptr;
     Entry entry;
     uint32_t readTimeoutMs = 0;
-    uint32_t writeTimeoutMs = 0;
     std::vector<uint8_t> received;  // read from the chip, not yet by the client
   };
 
