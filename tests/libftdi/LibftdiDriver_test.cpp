@@ -8,6 +8,8 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
+#include <tuple>
 
 #include "brevant/clsFTDI245FIFO.h"
 #include "brevant/clsFTDIMPSSE.h"
@@ -93,10 +95,16 @@ TEST_F(LibftdiTest, FifoStreamsWithTimeOutQueueAndPurge) {
   fifo.Terminate();
 }
 
-// BV42H003C's board loops ADBUS0-3 back to ADBUS4-7.
+// BV42H003C, a channel of a four-channel part, whose board loops ADBUS0-3
+// back to ADBUS4-7.
 TEST_F(LibftdiTest, ReadsThePinsAndTheLatencyTimer) {
   clsFTD2xx gateway(driver);
   gateway.FTOpen(5);
+  int32_t type = 0, id = 0;
+  std::string serial, description;
+  gateway.FTGetDeviceInfo(type, id, serial, description);
+  EXPECT_EQ(std::tie(type, id, serial, description),
+            std::make_tuple(7, 0x04036011, "BV42H003C", "Quad RS232-HS C"));
   gateway.FTSetLatencyTimer(7);
   EXPECT_EQ(gateway.FTGetLatencyTimer(), 7);
   gateway.FTSetBitMode(0x0F, 4);
