@@ -6,7 +6,7 @@
 # Also: make bench (benchmarks), make format.
 
 PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-  nlohmann-json3-dev libcli11-dev
+  nlohmann-json3-dev libcli11-dev libftdi1-dev libusb-1.0-0-dev umockdev libumockdev-dev
 BUILD := build
 ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)
@@ -33,7 +33,8 @@ demo: build
 	@$(BUILD)/brevant-demo
 	@echo "== brevant list (the default bench, read from benches/default.json)"
 	@$(BUILD)/brevant --driver virtual:benches/default.json list
-	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; echo "== $${e##*/}"; "$$e"; done
+	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; echo "== $${e##*/}"; \
+	  BREVANT_DRIVER=virtual "$$e"; done
 
 test: build asan
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure --no-tests=error

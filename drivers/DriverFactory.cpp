@@ -1,8 +1,11 @@
 // The one place that names the driver backends.
+#include <cstdlib>
 #include <string>
 
 #include "brevant/Error.h"
+#include "d2xx/D2xxDriver.h"
 #include "gateway/Driver.h"
+#include "libftdi/LibftdiDriver.h"
 #include "virtual/Bench.h"
 #include "virtual/BenchFile.h"
 #include "virtual/VirtualDriver.h"
@@ -11,16 +14,28 @@ namespace brevant {
 
 namespace {
 
-constexpr char kSource[] = "Brevant";
-// Raised for a driver choice that cannot be served.
-constexpr int32_t kErrDriverChoice = kObjectErrorBase + 6105;
+// The vendor's library: the dynamic linker's search finds it where the vendor's
+// installer puts it; BREVANT_D2XX_LIBRARY names another file.
+std::shared_ptr<Ftd2xx> MakeD2xx() {
+  const char* path = std::getenv("BREVANT_D2XX_LIBRARY");
+  return std::make_shared<D2xxDriver>(path && *path ? path : "libftd2xx.so");
+}
 
 }  // namespace
 
-// Until the vendor library and libftdi backends exist, the virtual bench is the
-// default as well as a choice of its own.
+// The default is the vendor's library where it loads, else libftdi, so that a
+// machine without the vendor's installer still reaches its chips.
 std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
-  if (choice.empty() || choice == "virtual") {
+  if (choice.empty()) {
+    try {
+      return MakeD2xx();
+    } catch (const Error&) {
+      return std::make_shared<LibftdiDriver>();
+    }
+  }
+  if (choice == "d2xx") return MakeD2xx();
+  if (choice == "libftdi") return std::make_shared<LibftdiDriver>();
+  if (choice == "virtual") {
     return std::make_shared<virt::VirtualDriver>(virt::MakeDefaultBench());
   }
   // "virtual:" followed by the path of a bench file.
@@ -30,12 +45,12 @@ std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
       return std::make_shared<virt::VirtualDriver>(
           virt::LoadBenchFile(std::string(choice.substr(kVirtualFile.size()))));
     } catch (const virt::BenchFileError& e) {
-      throw Error(kErrDriverChoice, kSource, e.what());
+      throw Error(kErrDriverChoice, kDriverSource, e.what());
     }
   }
-  throw Error(kErrDriverChoice, kSource,
+  throw Error(kErrDriverChoice, kDriverSource,
               "Unknown driver \"" + std::string(choice) +
-                  "\": the choices are virtual and virtual:BENCH.json");
+                  "\": the choices are d2xx, libftdi, virtual and virtual:BENCH.json");
 }
 
 }  // namespace brevant

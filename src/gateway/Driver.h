@@ -4,9 +4,15 @@
 #include <memory>
 #include <string_view>
 
+#include "brevant/Error.h"
 #include "gateway/Ftd2xx.h"
 
 namespace brevant {
+
+// Raised, with Source kDriverSource, for a driver choice that cannot be served:
+// unknown, or its library or bench file fails to load.
+inline constexpr int32_t kErrDriverChoice = kObjectErrorBase + 6105;
+inline constexpr char kDriverSource[] = "Brevant";
 
 // The driver for a gateway created now. The first call without a driver set
 // makes one from BREVANT_DRIVER (empty or unset: the default backend).

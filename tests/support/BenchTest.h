@@ -1,16 +1,34 @@
 // Fixture base: every test gets a fresh bench of its own, put in place as the
 // process's driver before the objects under test are created.
+//
+// With BREVANT_TEST_DRIVER=d2xx the same bench is reached through the d2xx
+// backend and the virtual D2XX library instead: dlopen, C calls, handles and
+// buffers as with the vendor's library. CTest runs the scenario tests both ways.
 #pragma once
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
+#include <string_view>
 
+#include "d2xx/D2xxDriver.h"
 #include "gateway/Driver.h"
 #include "virtual/Bench.h"
 #include "virtual/VirtualDriver.h"
 
 namespace brevant::testing {
+
+// The d2xx backend on the virtual D2XX library, serving `bench`.
+inline std::shared_ptr<Ftd2xx> D2xxOver(std::shared_ptr<virt::Bench> bench) {
+  auto driver = std::make_shared<D2xxDriver>(BREVANT_VIRTUAL_D2XX);
+  void* library = dlopen(BREVANT_VIRTUAL_D2XX, RTLD_NOW | RTLD_NOLOAD);
+  using UseBench = void (*)(void*);
+  reinterpret_cast<UseBench>(dlsym(library, "BrevantVirtualD2xxUseBench"))(&bench);
+  dlclose(library);
+  return driver;
+}
 
 class BenchTest : public ::testing::Test {
  protected:
@@ -18,13 +36,16 @@ class BenchTest : public ::testing::Test {
   BenchTest() : bench(virt::MakeDefaultBench()) {}
 
   void SetUp() override {
-    driver = std::make_shared<virt::VirtualDriver>(bench);
+    const char* through = std::getenv("BREVANT_TEST_DRIVER");
+    driver = through && std::string_view(through) == "d2xx"
+                 ? D2xxOver(bench)
+                 : std::make_shared<virt::VirtualDriver>(bench);
     SetDriver(driver);
   }
   void TearDown() override { SetDriver(nullptr); }
 
   std::shared_ptr<virt::Bench> bench;
-  std::shared_ptr<virt::VirtualDriver> driver;
+  std::shared_ptr<Ftd2xx> driver;
 };
 
 }  // namespace brevant::testing

@@ -3,6 +3,7 @@
 //   brevant list                  devices and modules on the machine
 //   brevant list --json           the same for programs
 //   brevant --driver virtual:lab.json list
+//   brevant list --driver libftdi   the chips on this machine, through libftdi
 //
 // A failure prints one line on stderr and exits with 1.
 #include <CLI/CLI.hpp>
@@ -18,10 +19,13 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   std::string driver;
   app.add_option("--driver", driver,
-                 "driver to use: virtual, virtual:BENCH.json (default: $BREVANT_DRIVER)");
+                 "driver to use: d2xx, libftdi, virtual, virtual:BENCH.json (default: "
+                 "$BREVANT_DRIVER, else d2xx where it loads, else libftdi)");
   bool asJson = false;
   CLI::App* list = app.add_subcommand("list", "list the devices and the modules they form");
   list->add_flag("--json", asJson, "print JSON instead of tables");
+  // `brevant list --driver libftdi` reads as naturally as the option first.
+  list->fallthrough();
 
   try {
     app.parse(argc, argv);

@@ -1,0 +1,54 @@
+#include "virtual-usb/UsbBench.h"
+
+#include <umockdev.h>
+
+#include <stdexcept>
+
+#include "virtual-usb/UsbPart.h"
+
+namespace brevant::virt {
+
+namespace {
+
+constexpr uint32_t kTwoChannelProduct = 0x6010;
+constexpr uint32_t kFourChannelProduct = 0x6011;
+// Parts sit this many ports apart, so that the locations of one part's
+// channels never run into the next part's.
+constexpr int kPortStep = 4;
+
+}  // namespace
+
+UsbBench::UsbBench(std::shared_ptr<Bench> bench)
+    : bench_(std::move(bench)), testbed_(umockdev_testbed_new()) {
+  int devnum = 2;
+  int port = 1;
+  for (int index = 0; index < bench_->DeviceCount();) {
+    const uint32_t product = bench_->Device(index).Identity().usbId & 0xFFFF;
+    const int count = product == kTwoChannelProduct ? 2 : product == kFourChannelProduct ? 4 : 1;
+    std::vector<std::shared_ptr<Channel>> channels;
+    for (int c = 0; c < count && index < bench_->DeviceCount(); ++c) {
+      channels.push_back(bench_->SharedDevice(index++));
+    }
+    auto part = std::make_unique<UsbPart>(std::move(channels), devnum++, port);
+    port += kPortStep;
+    GError* error = nullptr;
+    if (!umockdev_testbed_add_from_string(testbed_, part->Description().c_str(), &error) ||
+        !umockdev_testbed_attach_ioctl(testbed_, part->DeviceNode().c_str(), part->Handler(),
+                                       &error)) {
+      const std::string text = error ? error->message : "no reason given";
+      g_clear_error(&error);
+      g_object_unref(testbed_);
+      throw std::runtime_error("umockdev refused a part: " + text);
+    }
+    parts_.push_back(std::move(part));
+  }
+}
+
+UsbBench::~UsbBench() {
+  for (const auto& part : parts_) {
+    umockdev_testbed_detach_ioctl(testbed_, part->DeviceNode().c_str(), nullptr);
+  }
+  g_object_unref(testbed_);
+}
+
+}  // namespace brevant::virt
