@@ -50,37 +50,42 @@ struct Op {
   ByteArray data;
 };
 
-std::optional<ByteArray> Member(clsFTDIMPSSE& mpsse, Op op) {
-  uint8_t bits = 0;
+// The operations that read nothing, the same on a channel and a batch; false
+// for the others.
+template <class Target>
+bool Write(Target& target, Op& op) {
   switch (op.kind) {
     case 0:
-      mpsse.SetClockDivisor(op.a % 4);
-      return {};
+      return target.SetClockDivisor(op.a % 4), true;
     case 1:
-      mpsse.SetPortLow(op.a, op.b);
-      return {};
+      return target.SetPortLow(op.a, op.b), true;
     case 2:
-      mpsse.SetPortHigh(op.a, op.b);
-      return {};
+      return target.SetPortHigh(op.a, op.b), true;
     case 3:
-      return ByteArray{mpsse.ReadPortLow()};
+      return target.DataBytesOut(op.data, op.length, op.order, op.out), true;
     case 4:
-      return ByteArray{mpsse.ReadPortHigh()};
+      return target.HardwareLoopback(op.a & 1), true;
     case 5:
-      mpsse.DataBytesOut(op.data, op.length, op.order, op.out);
-      return {};
+      return target.TMSBitsOut(op.a, op.b % 9, op.out), true;
+    default:
+      return false;
+  }
+}
+
+std::optional<ByteArray> Member(clsFTDIMPSSE& mpsse, Op op) {
+  uint8_t bits = 0;
+  if (Write(mpsse, op)) return {};
+  switch (op.kind) {
     case 6:
+      return ByteArray{mpsse.ReadPortLow()};
+    case 7:
+      return ByteArray{mpsse.ReadPortHigh()};
+    case 8:
       mpsse.DataBytesIn(op.data, op.length, op.order, op.in);
       break;
-    case 7:
+    case 9:
       mpsse.DataBytesInOut(op.data, op.length, op.order, op.out, op.in);
       break;
-    case 8:
-      mpsse.HardwareLoopback(op.a & 1);
-      return {};
-    case 9:
-      mpsse.TMSBitsOut(op.a, op.b % 9, op.out);
-      return {};
     default:
       mpsse.TMSBitsInOut(op.a, bits, op.b % 9, op.out, op.in);
       return op.b % 9 ? ByteArray{bits} : ByteArray(0, 0);
@@ -89,34 +94,17 @@ std::optional<ByteArray> Member(clsFTDIMPSSE& mpsse, Op op) {
   return op.length ? op.data : ByteArray(0, 0);
 }
 
-std::optional<MpsseBatch::Reply> Queue(MpsseBatch& batch, const Op& op) {
+std::optional<MpsseBatch::Reply> Queue(MpsseBatch& batch, Op op) {
+  if (Write(batch, op)) return {};
   switch (op.kind) {
-    case 0:
-      batch.SetClockDivisor(op.a % 4);
-      return {};
-    case 1:
-      batch.SetPortLow(op.a, op.b);
-      return {};
-    case 2:
-      batch.SetPortHigh(op.a, op.b);
-      return {};
-    case 3:
-      return batch.ReadPortLow();
-    case 4:
-      return batch.ReadPortHigh();
-    case 5:
-      batch.DataBytesOut(op.data, op.length, op.order, op.out);
-      return {};
     case 6:
-      return batch.DataBytesIn(op.length, op.order, op.in);
+      return batch.ReadPortLow();
     case 7:
-      return batch.DataBytesInOut(op.data, op.length, op.order, op.out, op.in);
+      return batch.ReadPortHigh();
     case 8:
-      batch.HardwareLoopback(op.a & 1);
-      return {};
+      return batch.DataBytesIn(op.length, op.order, op.in);
     case 9:
-      batch.TMSBitsOut(op.a, op.b % 9, op.out);
-      return {};
+      return batch.DataBytesInOut(op.data, op.length, op.order, op.out, op.in);
     default:
       return batch.TMSBitsInOut(op.a, op.b % 9, op.out, op.in);
   }
