@@ -116,10 +116,12 @@ class MpsseBatchTest : public BenchTest {
     log = std::make_shared<WriteLog>(bench);
     SetDriver(log);
   }
-  void FreshBench() {
+  // Device 2 of a new default bench.
+  clsFTDIMPSSE& Fresh() {
     mpsse.reset();
     bench = virt::MakeDefaultBench();
     SetUp();
+    return Open(2);
   }
   clsFTDIMPSSE& Open(int16_t device) {
     mpsse.emplace();
@@ -142,18 +144,18 @@ TEST_F(MpsseBatchTest, SendsTheMembersBytesAndGetsTheirAnswers) {
     SCOPED_TRACE(sequence);
     std::vector<Op> ops(1 + random() % 12);
     for (Op& op : ops) {
-      op = {static_cast<int>(random() % 11),
+      const auto pick = [&](unsigned n) { return static_cast<int>(random() % n); };
+      op = {pick(11),
             byte(),
             byte(),
-            static_cast<int32_t>(random() % 33),
-            eFTMPSSEBitOrder(random() % 2),
-            eFTMPSSEClockPolarity(random() % 2),
-            eFTMPSSEClockPolarity(random() % 2),
+            pick(33),
+            eFTMPSSEBitOrder(pick(2)),
+            eFTMPSSEClockPolarity(pick(2)),
+            eFTMPSSEClockPolarity(pick(2)),
             ByteArray(0, 32)};
       for (uint8_t& b : op.data.Elements()) b = byte();
     }
-    FreshBench();
-    Open(2);
+    Fresh();
     std::vector<std::optional<ByteArray>> expected;
     for (const Op& op : ops) expected.push_back(Member(*mpsse, op));
     Bytes stream;
@@ -166,9 +168,7 @@ TEST_F(MpsseBatchTest, SendsTheMembersBytesAndGetsTheirAnswers) {
     }
     if (reads) stream.push_back(0x87);
 
-    FreshBench();
-    Open(2);
-    MpsseBatch batch(*mpsse);
+    MpsseBatch batch(Fresh());
     std::vector<std::optional<MpsseBatch::Reply>> replies;
     for (const Op& op : ops) replies.push_back(Queue(batch, op));
     batch.Run();
