@@ -15,10 +15,10 @@ constexpr uint8_t kSyncBitBangMode = 4;
 // Device types as the vendor driver numbers them; USB IDs are 0403 with the
 // part's product ID. FIFO sizes are the larger figures published.
 constexpr std::array<PartModel, 4> kModels = {{
-    {"FT232H", 1, 8, 0x04036014, "Single RS232-HS", 1024},
-    {"FT2232D", 2, 4, 0x04036010, "Dual RS232", 384},
-    {"FT2232H", 2, 6, 0x04036010, "Dual RS232-HS", 4096},
-    {"FT4232H", 4, 7, 0x04036011, "Quad RS232-HS", 2048},
+    {"FT232H", 1, 8, 0x04036014, "Single RS232-HS", 1024, 125},
+    {"FT2232D", 2, 4, 0x04036010, "Dual RS232", 384, 1000},
+    {"FT2232H", 2, 6, 0x04036010, "Dual RS232-HS", 4096, 125},
+    {"FT4232H", 4, 7, 0x04036011, "Quad RS232-HS", 2048, 125},
 }};
 
 }  // namespace
@@ -39,7 +39,9 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
       identity.description += ' ';
       identity.description += letter;
     }
-    InstallMpsse(AddDevice(std::move(identity)), kind, channel);
+    Channel& device = AddDevice(std::move(identity));
+    device.SetTransferUs(model.transferUs);
+    InstallMpsse(device, kind, channel);
   }
 }
 

@@ -24,7 +24,8 @@ namespace brevant::virt {
 enum class PartKind { kFT232H, kFT2232D, kFT2232H, kFT4232H };
 
 // Facts of a part: channel count, the driver's device type, USB ID, factory
-// description, and the size of its receive FIFO.
+// description, the size of its receive FIFO, and the least time a USB transfer
+// takes: a microframe on high-speed parts, a frame on full-speed ones.
 struct PartModel {
   std::string_view name;
   int channels;
@@ -32,6 +33,7 @@ struct PartModel {
   uint32_t usbId;
   std::string_view description;
   uint32_t rxFifoBytes;
+  int64_t transferUs;
 };
 
 const PartModel& ModelOf(PartKind kind);

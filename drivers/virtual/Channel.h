@@ -50,6 +50,11 @@ class Channel {
 
   bool IsOpen() const { return open_; }
   void SetOpen(bool open) { open_ = open; }
+  // The least virtual time that an FT_Write or FT_Read moving data takes: the
+  // USB frame it waits for. 125 us (a high-speed microframe) unless set.
+  int64_t TransferUs() const { return transferUs_; }
+  void SetTransferUs(int64_t us) { transferUs_ = us; }
+
   // False once unplugged: the handle then fails every call but FT_Close.
   bool IsPresent() const { return present_; }
   void Unplug() { present_ = false; }
@@ -101,6 +106,7 @@ class Channel {
   ChannelSettings settings_;
   bool open_ = false;
   bool present_ = true;
+  int64_t transferUs_ = 125;
   Wires board_;
   std::shared_ptr<StreamPeer> peer_;
   std::map<uint8_t, std::shared_ptr<ChannelEngine>> engines_;

@@ -213,6 +213,8 @@ FtStatus VirtualDriver::FT_Write(FtHandle handle, const void* buffer, uint32_t c
   if (written == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
   const uint32_t taken =
       IsFault(fault, FaultKind::kShortWrite) ? std::min(count, fault->count) : count;
+  // The bytes reach the chip with the next USB frame.
+  if (taken > 0) bench_->Clock().Advance(channel->TransferUs());
   channel->HostWrite({static_cast<const uint8_t*>(buffer), taken});
   *written = taken;
   return ft::kOk;
@@ -228,7 +230,11 @@ FtStatus VirtualDriver::FT_Read(FtHandle handle, void* buffer, uint32_t count, u
   if (read == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
   const uint32_t wanted =
       IsFault(fault, FaultKind::kShortRead) ? std::min(count, fault->count) : count;
+  // Data that is already there still waits for a USB frame to carry it; a read
+  // that waits for its data or its time-out has spent that frame meanwhile.
+  const int64_t earliest = bench_->Clock().Now() + channel->TransferUs();
   *read = channel->HostRead({static_cast<uint8_t*>(buffer), wanted});
+  if (*read > 0) bench_->Clock().AdvanceTo(earliest);
   return ft::kOk;
 }
 

@@ -27,6 +27,7 @@ namespace brevant {
 
 class clsFTD2xx;
 class clsFTDIMPSSEPortIO;
+class MpsseBatch;
 
 // Scoped, because the bit-bang channel and the device list have members of
 // the same names in their own error enums.
@@ -107,6 +108,9 @@ class clsFTDIMPSSE {
   void Log(std::shared_ptr<icLog> Value);
 
  private:
+  // A batch sends through this channel's gateway and stores the divisor it queues.
+  friend class MpsseBatch;
+
   // One whole command in one driver write.
   void Send(ByteArray& command);
   // One driver read of `count` bytes into `into` from element 0; fewer raise
@@ -115,7 +119,8 @@ class clsFTDIMPSSE {
   // Sends a transfer command and reads its answer straight into Data, which
   // ends with lower bound 0 and DataLength elements: what came, then zeros.
   void SendAndReadInto(ByteArray& command, ByteArray& Data, int32_t DataLength);
-  uint8_t ReadPort(uint8_t command);
+  void SetPort(bool high, uint8_t Value, uint8_t Direction);
+  uint8_t ReadPort(bool high);
 
   // Declared first so that it ends last: the port model is let go before it.
   std::unique_ptr<clsFTD2xx> Gateway;

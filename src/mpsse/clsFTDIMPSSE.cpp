@@ -4,12 +4,12 @@
 #include <cmath>
 #include <limits>
 #include <span>
-#include <vector>
 
 #include "brevant/Error.h"
 #include "brevant/clsFTDIMPSSEPortIO.h"
 #include "channels/ChannelLife.h"
 #include "gateway/clsFTD2xx.h"
+#include "mpsse/MpsseCommands.h"
 
 namespace brevant {
 
@@ -22,29 +22,14 @@ constexpr uint8_t kMpsseMode = 0x02;
 // The chip's 12 MHz base halved: clock = 6 MHz / (divisor + 1).
 constexpr double kBaseClock = 6000000.0;
 constexpr int32_t kDivisorMask = 0xFFFF;
-// One command moves at most 65535 bytes: its length field 0xFFFF (65536) is never sent.
-constexpr int32_t kLengthMask = 0xFFFF;
-// TMS commands carry one data byte: 1 to 8 bits, sent as the count less one.
-constexpr int32_t kTmsLengthMask = 0x07;
-
-constexpr uint8_t kSetLow = 0x80;
-constexpr uint8_t kReadLow = 0x81;
-constexpr uint8_t kSetHigh = 0x82;
-constexpr uint8_t kReadHigh = 0x83;
-constexpr uint8_t kLoopbackOn = 0x84;
-constexpr uint8_t kLoopbackOff = 0x85;
-constexpr uint8_t kSetDivisor = 0x86;
-constexpr uint8_t kSendImmediate = 0x87;
-// Transfer commands; the bit order adds 8, writing on -ve adds 1, reading on -ve 4.
-constexpr uint8_t kBytesOut = 0x10;
-constexpr uint8_t kBytesIn = 0x20;
-constexpr uint8_t kBytesInOut = 0x30;
-constexpr uint8_t kTmsOut = 0x4A;
-constexpr uint8_t kTmsInOut = 0x6A;
 
 [[noreturn]] void RejectShortRead() {
   throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), kSource,
               "FTDI read error (timeout)");
+}
+
+[[noreturn]] void RejectParameter(const char* message) {
+  throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
 }
 
 // Zeros behind the `filled` bytes that a read put into the array from element 0.
@@ -53,55 +38,9 @@ void ClearBehind(ByteArray& Data, int32_t filled) {
   std::fill(bytes.begin() + std::clamp<int64_t>(filled, 0, std::ssize(bytes)), bytes.end(), 0);
 }
 
-[[noreturn]] void RejectParameter(const char* message) {
-  throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
-}
-
-// "Valid" means that masking leaves the value unchanged, which also refuses
-// every negative number.
-void RequireMasked(int32_t value, int32_t mask, const char* message) {
-  if ((value & mask) != value) RejectParameter(message);
-}
-
-void CheckBitOrder(eFTMPSSEBitOrder BitOrder) {
-  RequireMasked(BitOrder, 1, "Invalid bit order parameter");
-}
-
-void CheckPolarity(eFTMPSSEClockPolarity ClockPolarity) {
-  RequireMasked(ClockPolarity, 1, "Invalid clock polarity parameter");
-}
-
-void CheckDataLength(int32_t DataLength) {
-  RequireMasked(DataLength, kLengthMask, "Invalid data length");
-}
-
-uint8_t Low(int32_t value) {
-  return static_cast<uint8_t>(value & 0xFF);
-}
-uint8_t High(int32_t value) {
-  return static_cast<uint8_t>((value >> 8) & 0xFF);
-}
-
-// Command byte, the length less one (low byte first), the payload taken from
-// element 0 of Data if `payload`, and the send-immediate byte if `flush`: built in
-// one pass, so that the payload is copied once and nothing is cleared first.
-ByteArray TransferCommand(uint8_t code, const ByteArray& Data, int32_t DataLength, bool payload,
-                          bool flush) {
-  std::span<const uint8_t> from;
-  if (payload) {
-    // The client's array must hold the payload from element 0 on; error 9
-    // before anything is sent if it does not.
-    from = Data.FromElementZero();
-    if (from.size() < static_cast<size_t>(DataLength)) {
-      throw Error::Generic(kErrSubscriptOutOfRange, kSource);
-    }
-    from = from.first(static_cast<size_t>(DataLength));
-  }
-  std::vector<uint8_t> bytes;
-  bytes.reserve(from.size() + 4);
-  bytes.insert(bytes.end(), {code, Low(DataLength - 1), High(DataLength - 1)});
-  bytes.insert(bytes.end(), from.begin(), from.end());
-  if (flush) bytes.push_back(kSendImmediate);
+// A whole command as the driver takes it; a reading one ends in send immediate.
+ByteArray Command(mpsse::Bytes&& bytes, bool flush) {
+  if (flush) bytes.push_back(mpsse::kSendImmediate);
   return ByteArray(std::move(bytes));
 }
 
@@ -163,9 +102,10 @@ void clsFTDIMPSSE::SendAndReadInto(ByteArray& command, ByteArray& Data, int32_t 
 }
 
 void clsFTDIMPSSE::SetClockDivisor(int32_t Divisor) {
-  RequireMasked(Divisor, kDivisorMask, "Invalid parameter");
+  mpsse::Bytes bytes;
+  mpsse::AppendClockDivisor(bytes, Divisor);
   ClockDivisor = Divisor;
-  ByteArray command{kSetDivisor, Low(Divisor), High(Divisor)};
+  ByteArray command = Command(std::move(bytes), false);
   Send(command);
 }
 
@@ -184,18 +124,25 @@ double clsFTDIMPSSE::ClockDivisorToFrequency(int32_t Divisor) const {
   return kBaseClock / (std::min(Divisor, kDivisorMask) + 1.0);
 }
 
-void clsFTDIMPSSE::SetPortLow(uint8_t Value, uint8_t Direction) {
-  ByteArray command{kSetLow, Value, Direction};
+void clsFTDIMPSSE::SetPort(bool high, uint8_t Value, uint8_t Direction) {
+  mpsse::Bytes bytes;
+  mpsse::AppendSetPort(bytes, high, Value, Direction);
+  ByteArray command = Command(std::move(bytes), false);
   Send(command);
+}
+
+void clsFTDIMPSSE::SetPortLow(uint8_t Value, uint8_t Direction) {
+  SetPort(false, Value, Direction);
 }
 
 void clsFTDIMPSSE::SetPortHigh(uint8_t Value, uint8_t Direction) {
-  ByteArray command{kSetHigh, Value, Direction};
-  Send(command);
+  SetPort(true, Value, Direction);
 }
 
-uint8_t clsFTDIMPSSE::ReadPort(uint8_t code) {
-  ByteArray command{code};
+uint8_t clsFTDIMPSSE::ReadPort(bool high) {
+  mpsse::Bytes bytes;
+  mpsse::AppendReadPort(bytes, high);
+  ByteArray command = Command(std::move(bytes), false);
   Send(command);
   ByteArray answer(0, 1);
   Receive(answer, 1);
@@ -203,51 +150,45 @@ uint8_t clsFTDIMPSSE::ReadPort(uint8_t code) {
 }
 
 uint8_t clsFTDIMPSSE::ReadPortLow() {
-  return ReadPort(kReadLow);
+  return ReadPort(false);
 }
 
 uint8_t clsFTDIMPSSE::ReadPortHigh() {
-  return ReadPort(kReadHigh);
+  return ReadPort(true);
 }
 
 void clsFTDIMPSSE::DataBytesOut(ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
                                 eFTMPSSEClockPolarity ClockPolarity) {
-  CheckBitOrder(BitOrder);
-  CheckPolarity(ClockPolarity);
-  if (DataLength == 0) return;
-  CheckDataLength(DataLength);
-  const auto code = static_cast<uint8_t>(kBytesOut | (BitOrder * 8) | ClockPolarity);
-  ByteArray command = TransferCommand(code, Data, DataLength, true, false);
+  mpsse::Bytes bytes;
+  if (!mpsse::AppendDataOut(bytes, Data, DataLength, BitOrder, ClockPolarity)) return;
+  ByteArray command = Command(std::move(bytes), false);
   Send(command);
 }
 
 void clsFTDIMPSSE::DataBytesIn(ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
                                eFTMPSSEClockPolarity ClockPolarity) {
-  CheckBitOrder(BitOrder);
-  CheckPolarity(ClockPolarity);
-  if (DataLength == 0) return;
-  CheckDataLength(DataLength);
-  const auto code = static_cast<uint8_t>(kBytesIn | (BitOrder * 8) | (ClockPolarity * 4));
-  ByteArray command = TransferCommand(code, Data, DataLength, false, true);
+  mpsse::Bytes bytes;
+  if (!mpsse::AppendDataIn(bytes, DataLength, BitOrder, ClockPolarity)) return;
+  ByteArray command = Command(std::move(bytes), true);
   SendAndReadInto(command, Data, DataLength);
 }
 
 void clsFTDIMPSSE::DataBytesInOut(ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
                                   eFTMPSSEClockPolarity ClockPolarityOut,
                                   eFTMPSSEClockPolarity ClockPolarityIn) {
-  CheckBitOrder(BitOrder);
-  CheckPolarity(ClockPolarityOut);
-  CheckPolarity(ClockPolarityIn);
-  if (DataLength == 0) return;
-  CheckDataLength(DataLength);
-  const auto code =
-      static_cast<uint8_t>(kBytesInOut | (BitOrder * 8) | ClockPolarityOut | (ClockPolarityIn * 4));
-  ByteArray command = TransferCommand(code, Data, DataLength, true, true);
+  mpsse::Bytes bytes;
+  if (!mpsse::AppendDataInOut(bytes, Data, DataLength, BitOrder, ClockPolarityOut,
+                              ClockPolarityIn)) {
+    return;
+  }
+  ByteArray command = Command(std::move(bytes), true);
   SendAndReadInto(command, Data, DataLength);
 }
 
 void clsFTDIMPSSE::HardwareLoopback(bool Enable) {
-  ByteArray command{Enable ? kLoopbackOn : kLoopbackOff};
+  mpsse::Bytes bytes;
+  mpsse::AppendLoopback(bytes, Enable);
+  ByteArray command = Command(std::move(bytes), false);
   Send(command);
 }
 
@@ -261,28 +202,22 @@ void clsFTDIMPSSE::SetTimeOuts(int32_t TimeoutRead, int32_t TimeoutWrite) {
 
 void clsFTDIMPSSE::TMSBitsOut(uint8_t DataIn, uint8_t DataLength,
                               eFTMPSSEClockPolarity ClockPolarity) {
-  CheckPolarity(ClockPolarity);
-  if (DataLength == 0) return;
-  RequireMasked(DataLength - 1, kTmsLengthMask, "Invalid data length");
-  ByteArray command{static_cast<uint8_t>(kTmsOut | ClockPolarity),
-                    static_cast<uint8_t>(DataLength - 1), DataIn};
+  mpsse::Bytes bytes;
+  if (!mpsse::AppendTmsOut(bytes, DataIn, DataLength, ClockPolarity)) return;
+  ByteArray command = Command(std::move(bytes), false);
   Send(command);
 }
 
 void clsFTDIMPSSE::TMSBitsInOut(uint8_t DataIn, uint8_t& DataOut, uint8_t DataLength,
                                 eFTMPSSEClockPolarity ClockPolarityOut,
                                 eFTMPSSEClockPolarity ClockPolarityIn) {
-  CheckPolarity(ClockPolarityOut);
-  CheckPolarity(ClockPolarityIn);
-  if (DataLength == 0) return;
-  RequireMasked(DataLength - 1, kTmsLengthMask, "Invalid data length");
-  ByteArray command{static_cast<uint8_t>(kTmsInOut | ClockPolarityOut | (ClockPolarityIn * 4)),
-                    static_cast<uint8_t>(DataLength - 1), DataIn, kSendImmediate};
+  mpsse::Bytes bytes;
+  if (!mpsse::AppendTmsInOut(bytes, DataIn, DataLength, ClockPolarityOut, ClockPolarityIn)) return;
+  ByteArray command = Command(std::move(bytes), true);
   Send(command);
   ByteArray answer(0, 1);
   Receive(answer, 1);
-  // The chip shifts TDO in from the top, so the first bit read sits at bit 8 - n.
-  DataOut = static_cast<uint8_t>(answer[0] >> (8 - DataLength));
+  DataOut = mpsse::TmsBitsRead(answer[0], DataLength);
 }
 
 std::shared_ptr<icLog> clsFTDIMPSSE::Log() const {

@@ -165,8 +165,9 @@ TEST_F(MpsseEngineTest, SendImmediateBeatsTheLatencyTimer) {
     std::vector<Bytes> writes;
     int64_t waitedUs;
   } cases[] = {{"Latency16", 16, {{0x81}}, 16000},
-               {"Immediate", 16, {{0x81, 0x87}}, 0},
-               {"ImmediateLater", 16, {{0x81}, {0x87}}, 0},
+               // Only the USB frames: 175 us for each write and read of data.
+               {"Immediate", 16, {{0x81, 0x87}}, 350},
+               {"ImmediateLater", 16, {{0x81}, {0x87}}, 525},
                {"Latency1", 1, {{0x81}}, 1000}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

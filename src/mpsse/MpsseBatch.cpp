@@ -1,0 +1,318 @@
+#include "brevant/MpsseBatch.h"
+
+#include <algorithm>
+#include <string>
+
+#include "gateway/Formating.h"
+#include "gateway/clsFTD2xx.h"
+#include "mpsse/MpsseCommands.h"
+
+namespace brevant {
+
+namespace {
+
+constexpr char kSource[] = "MpsseBatch";
+
+// The chip answers a command it does not know with 0xFA and that command; 0xAA
+// and 0xAB are never valid, which makes them safe probes.
+constexpr uint8_t kBadCommand = 0xFA;
+constexpr uint8_t kMarker = 0xAA;
+constexpr uint8_t kSecondProbe = 0xAB;
+
+// Buffer sizes by the driver's device type: 4 the full-speed two-channel part,
+// 6 and 7 the high-speed two- and four-channel parts, 8 the one-channel one.
+// Anything else gets the smallest, which is safe on every part.
+size_t FifoOfType(int32_t type) {
+  switch (type) {
+    case 6:
+      return 4096;
+    case 7:
+      return 2048;
+    case 8:
+      return 1024;
+    default:
+      return 384;
+  }
+}
+
+}  // namespace
+
+struct MpsseBatch::Reply::State {
+  std::vector<uint8_t> bytes;
+  size_t bits = 0;  // filled so far
+  int pending = 0;  // reads queued and not yet answered
+  bool queued = false;
+
+  // `count` bits of `value`, bit 0 first, behind those already there.
+  void AppendBits(unsigned value, int count) {
+    for (int b = 0; b < count; ++b, ++bits) {
+      if (bits % 8 == 0) bytes.push_back(0);
+      bytes.back() |= static_cast<uint8_t>((value >> b & 1) << (bits % 8));
+    }
+  }
+  void AppendBytes(std::span<const uint8_t> from) {
+    if (bits % 8 == 0) {
+      bytes.insert(bytes.end(), from.begin(), from.end());
+      bits += from.size() * 8;
+    } else {
+      for (const uint8_t byte : from) AppendBits(byte, 8);
+    }
+  }
+};
+
+MpsseBatch::Reply::Reply() : state_(std::make_shared<State>()) {}
+
+bool MpsseBatch::Reply::Ready() const {
+  return state_->queued && state_->pending == 0;
+}
+
+ByteArray MpsseBatch::Reply::Data() const {
+  if (!Ready()) throw Error(kErrBatchNotRun, kSource, "Batch read not run yet");
+  return ByteArray(std::span<const uint8_t>(state_->bytes));
+}
+
+uint8_t MpsseBatch::Reply::Byte() const {
+  return Data()[0];
+}
+
+MpsseBatch::MpsseBatch(clsFTDIMPSSE& channel) : channel_(channel), gateway_(*channel.Gateway) {}
+
+MpsseBatch::~MpsseBatch() = default;
+
+size_t MpsseBatch::FifoBytes() {
+  int32_t type = 0, id = 0;
+  std::string serialNumber, description;
+  gateway_.FTGetDeviceInfo(type, id, serialNumber, description);
+  return FifoOfType(type);
+}
+
+bool MpsseBatch::Queue(std::vector<uint8_t>&& command, Slot slot) {
+  if (failure_) return false;
+  try {
+    if (limit_ == 0) limit_ = FifoBytes();
+    // A byte stays free for send immediate. The answers must fit as well: a chip
+    // whose answer buffer is full stops taking commands, and the write would wait
+    // for a read that only comes after it.
+    if (!commands_.empty() &&
+        (commands_.size() + command.size() + 1 > limit_ || answerBytes_ + slot.count > limit_)) {
+      Flush();
+    }
+  } catch (const Error& e) {
+    failure_ = e;
+    return false;
+  }
+  if (slot.count > 0) {
+    slot.offset = answerBytes_;
+    slot.command = commands_.size();
+    slot.afterRead = lastReadEnd_;
+    lastReadEnd_ = commands_.size() + command.size();
+    answerBytes_ += slot.count;
+    slots_.push_back(std::move(slot));
+  }
+  commands_.insert(commands_.end(), command.begin(), command.end());
+  return true;
+}
+
+MpsseBatch::Reply MpsseBatch::QueueRead(std::vector<uint8_t>&& command, bool built, Reply into,
+                                        size_t answer, uint8_t bits) {
+  into.state_->queued = true;
+  if (!built) return into;
+  // Counted even when the command is dropped, so that its reply never turns ready.
+  ++into.state_->pending;
+  Queue(std::move(command), {into.state_, 0, answer, bits, 0, 0});
+  return into;
+}
+
+void MpsseBatch::SetClockDivisor(int32_t Divisor) {
+  mpsse::Bytes command;
+  mpsse::AppendClockDivisor(command, Divisor);
+  channel_.ClockDivisor = Divisor;
+  Queue(std::move(command), {});
+}
+
+void MpsseBatch::SetPortLow(uint8_t Value, uint8_t Direction) {
+  mpsse::Bytes command;
+  mpsse::AppendSetPort(command, false, Value, Direction);
+  Queue(std::move(command), {});
+}
+
+void MpsseBatch::SetPortHigh(uint8_t Value, uint8_t Direction) {
+  mpsse::Bytes command;
+  mpsse::AppendSetPort(command, true, Value, Direction);
+  Queue(std::move(command), {});
+}
+
+MpsseBatch::Reply MpsseBatch::ReadPortLow(Reply into) {
+  mpsse::Bytes command;
+  mpsse::AppendReadPort(command, false);
+  return QueueRead(std::move(command), true, std::move(into), 1);
+}
+
+MpsseBatch::Reply MpsseBatch::ReadPortHigh(Reply into) {
+  mpsse::Bytes command;
+  mpsse::AppendReadPort(command, true);
+  return QueueRead(std::move(command), true, std::move(into), 1);
+}
+
+void MpsseBatch::DataBytesOut(const ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
+                              eFTMPSSEClockPolarity ClockPolarity) {
+  mpsse::Bytes command;
+  if (mpsse::AppendDataOut(command, Data, DataLength, BitOrder, ClockPolarity)) {
+    Queue(std::move(command), {});
+  }
+}
+
+MpsseBatch::Reply MpsseBatch::DataBytesIn(int32_t DataLength, eFTMPSSEBitOrder BitOrder,
+                                          eFTMPSSEClockPolarity ClockPolarity, Reply into) {
+  mpsse::Bytes command;
+  const bool built = mpsse::AppendDataIn(command, DataLength, BitOrder, ClockPolarity);
+  return QueueRead(std::move(command), built, std::move(into), static_cast<size_t>(DataLength));
+}
+
+MpsseBatch::Reply MpsseBatch::DataBytesInOut(const ByteArray& Data, int32_t DataLength,
+                                             eFTMPSSEBitOrder BitOrder,
+                                             eFTMPSSEClockPolarity ClockPolarityOut,
+                                             eFTMPSSEClockPolarity ClockPolarityIn, Reply into) {
+  mpsse::Bytes command;
+  const bool built = mpsse::AppendDataInOut(command, Data, DataLength, BitOrder, ClockPolarityOut,
+                                            ClockPolarityIn);
+  return QueueRead(std::move(command), built, std::move(into), static_cast<size_t>(DataLength));
+}
+
+void MpsseBatch::HardwareLoopback(bool Enable) {
+  mpsse::Bytes command;
+  mpsse::AppendLoopback(command, Enable);
+  Queue(std::move(command), {});
+}
+
+void MpsseBatch::TMSBitsOut(uint8_t DataIn, uint8_t DataLength,
+                            eFTMPSSEClockPolarity ClockPolarity) {
+  mpsse::Bytes command;
+  if (mpsse::AppendTmsOut(command, DataIn, DataLength, ClockPolarity)) {
+    Queue(std::move(command), {});
+  }
+}
+
+MpsseBatch::Reply MpsseBatch::TMSBitsInOut(uint8_t DataIn, uint8_t DataLength,
+                                           eFTMPSSEClockPolarity ClockPolarityOut,
+                                           eFTMPSSEClockPolarity ClockPolarityIn, Reply into) {
+  mpsse::Bytes command;
+  const bool built =
+      mpsse::AppendTmsInOut(command, DataIn, DataLength, ClockPolarityOut, ClockPolarityIn);
+  return QueueRead(std::move(command), built, std::move(into), 1, DataLength);
+}
+
+void MpsseBatch::CheckCommands() {
+  if (Queue({kMarker}, {nullptr, 0, 2, 0, 0, 0})) markers_ = true;
+}
+
+void MpsseBatch::Run() {
+  if (failure_) {
+    const Error kept = *failure_;
+    failure_.reset();
+    throw kept;
+  }
+  Flush();
+}
+
+void MpsseBatch::Flush() {
+  if (commands_.empty()) return;
+  // The batch starts afresh whatever happens below.
+  const std::vector<Slot> slots = std::move(slots_);
+  const auto answerBytes = static_cast<int32_t>(answerBytes_);
+  const bool markers = markers_;
+  if (answerBytes > 0) commands_.push_back(mpsse::kSendImmediate);
+  ByteArray command(std::move(commands_));
+  commands_ = {};
+  slots_ = {};
+  answerBytes_ = 0;
+  lastReadEnd_ = 0;
+  markers_ = false;
+
+  ByteArray answer;
+  std::optional<Error> bad;
+  try {
+    gateway_.FTWrite(command, command.Count());
+    if (answerBytes > 0) {
+      answer.Redim(0, answerBytes);
+      int32_t got = 0;
+      gateway_.FTRead(answer, answerBytes, got);
+      if (markers) bad = BadCommand(slots, answer, got, command);
+      if (!bad && got != answerBytes) {
+        throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), "clsFTDIMPSSE",
+                    "FTDI read error (timeout)");
+      }
+    }
+  } catch (const Error&) {
+    Purge();
+    throw;
+  }
+  if (bad) {
+    Purge();
+    Resynchronise();
+    throw *bad;
+  }
+  Fill(slots, answer);
+}
+
+void MpsseBatch::Fill(const std::vector<Slot>& slots, const ByteArray& answer) {
+  const std::span<const uint8_t> bytes = answer.FromElementZero();
+  for (const Slot& slot : slots) {
+    if (!slot.into) continue;
+    if (slot.bits > 0) {
+      slot.into->AppendBits(mpsse::TmsBitsRead(bytes[slot.offset], slot.bits), slot.bits);
+    } else {
+      slot.into->AppendBytes(bytes.subspan(slot.offset, slot.count));
+    }
+    --slot.into->pending;
+  }
+}
+
+std::optional<Error> MpsseBatch::BadCommand(const std::vector<Slot>& slots, const ByteArray& answer,
+                                            int32_t got, const ByteArray& command) {
+  const std::span<const uint8_t> bytes = answer.FromElementZero().first(static_cast<size_t>(got));
+  auto at = [&](size_t offset, uint8_t value) {
+    return offset < bytes.size() && bytes[offset] == value;
+  };
+  const bool inStep = std::all_of(slots.begin(), slots.end(), [&](const Slot& slot) {
+    return slot.into || (at(slot.offset, kBadCommand) && at(slot.offset + 1, kMarker));
+  });
+  if (inStep) return std::nullopt;
+  // Commands between two reads answer nothing, so a refusal among them shows
+  // where the later read's answer should begin.
+  const std::span<const uint8_t> sent = command.FromElementZero();
+  for (const Slot& slot : slots) {
+    if (!at(slot.offset, kBadCommand) || slot.offset + 1 >= bytes.size()) continue;
+    const uint8_t refused = bytes[slot.offset + 1];
+    if (!slot.into && refused == kMarker) continue;
+    const auto from = sent.begin() + static_cast<ptrdiff_t>(slot.afterRead);
+    const auto found =
+        std::find(from, sent.begin() + static_cast<ptrdiff_t>(slot.command), refused);
+    if (found == sent.begin() + static_cast<ptrdiff_t>(slot.command)) continue;
+    return Error(kErrBadCommand, kSource,
+                 TextSubstitute("MPSSE bad command 0x%1 at byte %2 of the batch",
+                                HexText(refused, 2), found - sent.begin()));
+  }
+  return Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+}
+
+void MpsseBatch::Purge() {
+  try {
+    gateway_.FTPurge(true, true);
+  } catch (const Error&) {
+    // The failure being reported matters more than this one.
+  }
+}
+
+void MpsseBatch::Resynchronise() {
+  ByteArray probes{kMarker, kSecondProbe, mpsse::kSendImmediate};
+  gateway_.FTWrite(probes, probes.Count());
+  ByteArray echo(0, 4);
+  int32_t got = 0;
+  gateway_.FTRead(echo, 4, got);
+  if (got != 4 || echo != ByteArray{kBadCommand, kMarker, kBadCommand, kSecondProbe}) {
+    throw Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+  }
+}
+
+}  // namespace brevant

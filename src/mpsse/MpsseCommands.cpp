@@ -1,0 +1,162 @@
+#include "mpsse/MpsseCommands.h"
+
+#include <span>
+
+#include "brevant/Error.h"
+
+namespace brevant::mpsse {
+
+namespace {
+
+constexpr char kSource[] = "clsFTDIMPSSE";
+
+constexpr int32_t kDivisorMask = 0xFFFF;
+// One command moves at most 65535 bytes: its length field 0xFFFF (65536) is never sent.
+constexpr int32_t kLengthMask = 0xFFFF;
+// TMS commands carry one data byte: 1 to 8 bits, sent as the count less one.
+constexpr int32_t kTmsLengthMask = 0x07;
+
+constexpr uint8_t kSetLow = 0x80;
+constexpr uint8_t kReadLow = 0x81;
+constexpr uint8_t kSetHigh = 0x82;
+constexpr uint8_t kReadHigh = 0x83;
+constexpr uint8_t kLoopbackOn = 0x84;
+constexpr uint8_t kLoopbackOff = 0x85;
+constexpr uint8_t kSetDivisor = 0x86;
+// Transfer commands; the bit order adds 8, writing on -ve adds 1, reading on -ve 4.
+constexpr uint8_t kBytesOut = 0x10;
+constexpr uint8_t kBytesIn = 0x20;
+constexpr uint8_t kBytesInOut = 0x30;
+constexpr uint8_t kTmsOut = 0x4A;
+constexpr uint8_t kTmsInOut = 0x6A;
+
+[[noreturn]] void RejectParameter(const char* message) {
+  throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
+}
+
+// "Valid" means that masking leaves the value unchanged, which also refuses
+// every negative number.
+void RequireMasked(int32_t value, int32_t mask, const char* message) {
+  if ((value & mask) != value) RejectParameter(message);
+}
+
+void CheckBitOrder(eFTMPSSEBitOrder BitOrder) {
+  RequireMasked(BitOrder, 1, "Invalid bit order parameter");
+}
+
+void CheckPolarity(eFTMPSSEClockPolarity ClockPolarity) {
+  RequireMasked(ClockPolarity, 1, "Invalid clock polarity parameter");
+}
+
+// The order of the checks decides which message a client sees first.
+bool CheckTransfer(int32_t DataLength) {
+  if (DataLength == 0) return false;
+  RequireMasked(DataLength, kLengthMask, "Invalid data length");
+  return true;
+}
+
+bool CheckTms(uint8_t DataLength) {
+  if (DataLength == 0) return false;
+  RequireMasked(DataLength - 1, kTmsLengthMask, "Invalid data length");
+  return true;
+}
+
+uint8_t Low(int32_t value) {
+  return static_cast<uint8_t>(value & 0xFF);
+}
+uint8_t High(int32_t value) {
+  return static_cast<uint8_t>((value >> 8) & 0xFF);
+}
+
+// The payload from element 0 of Data; error 9 before anything is queued when
+// the array does not hold it.
+std::span<const uint8_t> Payload(const ByteArray& Data, int32_t DataLength) {
+  const std::span<const uint8_t> from = Data.FromElementZero();
+  if (from.size() < static_cast<size_t>(DataLength)) {
+    throw Error::Generic(kErrSubscriptOutOfRange, kSource);
+  }
+  return from.first(static_cast<size_t>(DataLength));
+}
+
+// Command byte and the length less one, low byte first, then the payload; room
+// is made for all of it and a send-immediate byte at once, so the payload is
+// copied once.
+void AppendTransfer(Bytes& out, uint8_t code, int32_t DataLength,
+                    std::span<const uint8_t> payload) {
+  out.reserve(out.size() + payload.size() + 4);
+  out.insert(out.end(), {code, Low(DataLength - 1), High(DataLength - 1)});
+  out.insert(out.end(), payload.begin(), payload.end());
+}
+
+}  // namespace
+
+void AppendClockDivisor(Bytes& out, int32_t Divisor) {
+  RequireMasked(Divisor, kDivisorMask, "Invalid parameter");
+  out.insert(out.end(), {kSetDivisor, Low(Divisor), High(Divisor)});
+}
+
+void AppendSetPort(Bytes& out, bool high, uint8_t Value, uint8_t Direction) {
+  out.insert(out.end(), {high ? kSetHigh : kSetLow, Value, Direction});
+}
+
+void AppendReadPort(Bytes& out, bool high) {
+  out.push_back(high ? kReadHigh : kReadLow);
+}
+
+void AppendLoopback(Bytes& out, bool Enable) {
+  out.push_back(Enable ? kLoopbackOn : kLoopbackOff);
+}
+
+bool AppendDataOut(Bytes& out, const ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
+                   eFTMPSSEClockPolarity ClockPolarity) {
+  CheckBitOrder(BitOrder);
+  CheckPolarity(ClockPolarity);
+  if (!CheckTransfer(DataLength)) return false;
+  const auto code = static_cast<uint8_t>(kBytesOut | (BitOrder * 8) | ClockPolarity);
+  AppendTransfer(out, code, DataLength, Payload(Data, DataLength));
+  return true;
+}
+
+bool AppendDataIn(Bytes& out, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
+                  eFTMPSSEClockPolarity ClockPolarity) {
+  CheckBitOrder(BitOrder);
+  CheckPolarity(ClockPolarity);
+  if (!CheckTransfer(DataLength)) return false;
+  const auto code = static_cast<uint8_t>(kBytesIn | (BitOrder * 8) | (ClockPolarity * 4));
+  AppendTransfer(out, code, DataLength, {});
+  return true;
+}
+
+bool AppendDataInOut(Bytes& out, const ByteArray& Data, int32_t DataLength,
+                     eFTMPSSEBitOrder BitOrder, eFTMPSSEClockPolarity ClockPolarityOut,
+                     eFTMPSSEClockPolarity ClockPolarityIn) {
+  CheckBitOrder(BitOrder);
+  CheckPolarity(ClockPolarityOut);
+  CheckPolarity(ClockPolarityIn);
+  if (!CheckTransfer(DataLength)) return false;
+  const auto code =
+      static_cast<uint8_t>(kBytesInOut | (BitOrder * 8) | ClockPolarityOut | (ClockPolarityIn * 4));
+  AppendTransfer(out, code, DataLength, Payload(Data, DataLength));
+  return true;
+}
+
+bool AppendTmsOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
+                  eFTMPSSEClockPolarity ClockPolarity) {
+  CheckPolarity(ClockPolarity);
+  if (!CheckTms(DataLength)) return false;
+  out.insert(out.end(), {static_cast<uint8_t>(kTmsOut | ClockPolarity),
+                         static_cast<uint8_t>(DataLength - 1), DataIn});
+  return true;
+}
+
+bool AppendTmsInOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
+                    eFTMPSSEClockPolarity ClockPolarityOut, eFTMPSSEClockPolarity ClockPolarityIn) {
+  CheckPolarity(ClockPolarityOut);
+  CheckPolarity(ClockPolarityIn);
+  if (!CheckTms(DataLength)) return false;
+  out.insert(out.end(), {static_cast<uint8_t>(kTmsInOut | ClockPolarityOut | (ClockPolarityIn * 4)),
+                         static_cast<uint8_t>(DataLength - 1), DataIn});
+  return true;
+}
+
+}  // namespace brevant::mpsse

@@ -1,0 +1,46 @@
+// The bytes of every MPSSE command the library sends, with the argument checks
+// that come before them. The channel sends each command on its own; a batch
+// queues many in one buffer. Both build them here, so that they cannot differ.
+//
+// Each Append... checks its arguments first (errParameter with Source
+// "clsFTDIMPSSE", or error 9 for a payload the array does not hold), then appends
+// the command without its send-immediate byte, leaving room for one. The transfer
+// builders append nothing and return false for a length of 0.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "brevant/ByteArray.h"
+#include "brevant/clsFTDIMPSSE.h"
+
+namespace brevant::mpsse {
+
+using Bytes = std::vector<uint8_t>;
+
+inline constexpr uint8_t kSendImmediate = 0x87;
+
+void AppendClockDivisor(Bytes& out, int32_t Divisor);
+// `high` picks the high port (ACBUS) over the low one (ADBUS).
+void AppendSetPort(Bytes& out, bool high, uint8_t Value, uint8_t Direction);
+void AppendReadPort(Bytes& out, bool high);
+void AppendLoopback(Bytes& out, bool Enable);
+
+bool AppendDataOut(Bytes& out, const ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
+                   eFTMPSSEClockPolarity ClockPolarity);
+bool AppendDataIn(Bytes& out, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
+                  eFTMPSSEClockPolarity ClockPolarity);
+bool AppendDataInOut(Bytes& out, const ByteArray& Data, int32_t DataLength,
+                     eFTMPSSEBitOrder BitOrder, eFTMPSSEClockPolarity ClockPolarityOut,
+                     eFTMPSSEClockPolarity ClockPolarityIn);
+bool AppendTmsOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
+                  eFTMPSSEClockPolarity ClockPolarity);
+bool AppendTmsInOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
+                    eFTMPSSEClockPolarity ClockPolarityOut, eFTMPSSEClockPolarity ClockPolarityIn);
+
+// The chip shifts TDO into a TMS answer from the top: the n bits read, first in bit 0.
+inline uint8_t TmsBitsRead(uint8_t answer, uint8_t DataLength) {
+  return static_cast<uint8_t>(answer >> (8 - DataLength));
+}
+
+}  // namespace brevant::mpsse
