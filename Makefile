@@ -6,7 +6,7 @@
 # Also: make bench (benchmarks), make format.
 
 PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-  nlohmann-json3-dev libcli11-dev qt6-base-dev
+  nlohmann-json3-dev libcli11-dev qt6-base-dev fonts-dejavu-core
 BUILD := build
 ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)

@@ -52,6 +52,10 @@ SelectionDialog::SelectionDialog(const DialogDesign& design, DialogEvents& event
       refresh_(new QPushButton(QStringLiteral("Refresh"), this)),
       list_(*tree_) {
   setWindowTitle(QString::fromStdString(design.Caption));
+  // The size the layout in twips was drawn for.
+  QFont small = font();
+  small.setPointSizeF(8.25);
+  setFont(small);
   QFont bold = labels_[0]->font();
   bold.setBold(true);
   labels_[0]->setFont(bold);
