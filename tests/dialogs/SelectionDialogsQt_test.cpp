@@ -9,12 +9,13 @@
 #include <QTimer>
 #include <QTreeWidget>
 #include <functional>
+#include <sstream>
+#include <utility>
 
 #include "brevant/clsDeviceList.h"
 #include "gateway/Project.h"
 #include "support/BenchTest.h"
 #include "support/Raised.h"
-#include "support/RecordingLog.h"
 
 namespace brevant::testing {
 namespace {
@@ -36,18 +37,33 @@ void Play(const User& user) {
   });
 }
 
-QPushButton& Button(QDialog& d, const char* text) {
-  for (QPushButton* b : d.findChildren<QPushButton*>()) {
-    if (b->text() == text) return *b;
-  }
-  throw std::runtime_error(text);
+QPushButton& Button(QDialog& d, const std::string& name) {
+  return *d.findChild<QPushButton*>(QString::fromStdString("cmd" + name));
 }
 
-void Click(QTreeWidget& tree, int row, bool twice = false) {
+void Click(QTreeWidget& tree, int row, bool twice) {
   tree.scrollToItem(tree.topLevelItem(row));
   const QPoint at = tree.visualItemRect(tree.topLevelItem(row)).center();
   QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, at);
   if (twice) QTest::mouseDClick(tree.viewport(), Qt::LeftButton, {}, at);
+}
+
+// Words: "c3" clicks row 3, "d3" double-clicks it, "enter", "esc", "f5", "sf5"
+// (Shift+F5) on the list, "OK" and "Cancel" click buttons, "close" the close box.
+User Script(std::string script) {
+  return [script](QDialog& d, QTreeWidget& t) {
+    std::istringstream words(script);
+    for (std::string w; words >> w;) {
+      if (w[0] == 'c' && isdigit(w[1])) Click(t, std::stoi(w.substr(1)), false);
+      if (w[0] == 'd') Click(t, std::stoi(w.substr(1)), true);
+      if (w == "enter") QTest::keyClick(&t, Qt::Key_Return);
+      if (w == "esc") QTest::keyClick(&t, Qt::Key_Escape);
+      if (w == "f5" || w == "sf5")
+        QTest::keyClick(&t, Qt::Key_F5, w == "f5" ? Qt::NoModifier : Qt::ShiftModifier);
+      if (w == "OK" || w == "Cancel") QTest::mouseClick(&Button(d, w), Qt::LeftButton);
+      if (w == "close") d.close();
+    }
+  };
 }
 
 void Save(QDialog& d, const char* name) {
@@ -55,79 +71,34 @@ void Save(QDialog& d, const char* name) {
   d.grab().save(QString(BREVANT_BINARY_DIR "/dialogs/") + name);
 }
 
+int argc = 1;
+char name[] = "test";
+char* argv[] = {name, nullptr};
+
+// A QApplication of the test's own, as a Qt program has.
 class QtDialogs : public BenchTest {
- protected:
-  void SetUp() override {
-    BenchTest::SetUp();
-    app_ = std::make_unique<QApplication>(argc_, argv_);
-  }
-  void TearDown() override {
-    app_.reset();
-    BenchTest::TearDown();
-  }
-
- private:
-  int argc_ = 1;
-  char name_[8] = "test";
-  char* argv_[2] = {name_, nullptr};
-  std::unique_ptr<QApplication> app_;
-};
-
-struct Case {
-  const char* name;
-  User user;
-  int16_t device;  // when no error
-  int32_t number;
+  QApplication app{argc, argv};
 };
 
 TEST_F(QtDialogs, DeviceDialogKeysAndMouse) {
-  bench->Faults().AddListFault({.device = 1, .what = ft::kOpenByLocation});  // last row "Error!"
-  const Case cases[] = {
-      {"Enter at opening", [](QDialog&, QTreeWidget& t) { QTest::keyClick(&t, Qt::Key_Return); }, 2,
-       0},
-      {"click and OK",
-       [](QDialog& d, QTreeWidget& t) {
-         Click(t, 3), QTest::mouseClick(&Button(d, "OK"), Qt::LeftButton);
-       },
-       5, 0},
-      {"double click", [](QDialog&, QTreeWidget& t) { Click(t, 5, true); }, 0, 0},
-      {"F5 chooses the first row",
-       [](QDialog&, QTreeWidget& t) {
-         Click(t, 3), QTest::keyClick(&t, Qt::Key_F5), QTest::keyClick(&t, Qt::Key_Return);
-       },
-       2, 0},
-      {"Shift+F5 does nothing",
-       [](QDialog&, QTreeWidget& t) {
-         Click(t, 3), QTest::keyClick(&t, Qt::Key_F5, Qt::ShiftModifier),
-             QTest::keyClick(&t, Qt::Key_Return);
-       },
-       5, 0},
-      {"Enter and double click on an error row do nothing",
-       [](QDialog& d, QTreeWidget& t) {
-         Click(t, 6, true), QTest::keyClick(&t, Qt::Key_Return);
-         EXPECT_TRUE(d.isVisible());
-         EXPECT_FALSE(Button(d, "OK").isEnabled());
-         QTest::keyClick(&t, Qt::Key_Escape);
-       },
-       0, errDialogCancel},
-      {"Cancel",
-       [](QDialog& d, QTreeWidget&) { QTest::mouseClick(&Button(d, "Cancel"), Qt::LeftButton); }, 0,
-       errDialogCancel},
-      {"closed", [](QDialog& d, QTreeWidget&) { d.close(); }, 0, errDialogCancel},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    Play(c.user);
+  // Rows: devices 2, 3, 4, 5, 6, 0, then 1, which cannot be read. Returned: the
+  // device, or the error.
+  bench->Faults().AddListFault({.device = 1, .what = ft::kOpenByLocation});
+  // clang-format off
+  const std::pair<const char*, int32_t> cases[] = {
+      {"enter", 2}, {"c3 OK", 5}, {"d5", 0}, {"c3 f5 enter", 2}, {"c3 sf5 enter", 5},
+      {"d6 enter c1 esc", errDialogCancel}, {"Cancel", errDialogCancel}, {"close", errDialogCancel}};
+  // clang-format on
+  for (const auto& [script, expected] : cases) {
+    SCOPED_TRACE(script);
+    Play(Script(script));
     clsDeviceList list;
-    int16_t device = -1;
+    int32_t device = -1;
     const Error e =
         Raised([&] { device = list.DialogSelectDevice("Pick a device", "Double click a row"); });
-    EXPECT_EQ(e.Number(), c.number);
-    if (c.number == 0) {
-      EXPECT_EQ(device, c.device);
-    } else {
-      EXPECT_EQ(e.Description(), "Cancel was selected in the device selection dialog");
-    }
+    EXPECT_EQ(e.Number() != 0 ? e.Number() : device, expected);
+    EXPECT_EQ(e.Description(),
+              e.Number() ? "Cancel was selected in the device selection dialog" : "");
   }
 }
 
@@ -144,31 +115,17 @@ TEST_F(QtDialogs, DeviceDialogLooksAndResizes) {
     QTest::qWait(20);
     EXPECT_EQ(t.geometry(), QRect(8, 46, 584, 218));
     EXPECT_EQ(Button(d, "Refresh").geometry(), QRect(512, 272, 80, 21));
-    d.resize(100, 50);  // below the smallest layout the controls are cut off
-    QTest::qWait(20);
-    EXPECT_EQ(t.width(), 256);
+    WhenModal([](QWidget& box) {
+      auto& message = static_cast<QMessageBox&>(box);
+      EXPECT_EQ(message.icon(), QMessageBox::Critical);
+      EXPECT_EQ(message.windowTitle() + ": " + message.text(), "Title: ERROR 5: x");
+      message.accept();
+    });
+    ErrorBox(Error(5, "", "x"), "Title");
     d.reject();
   });
   clsDeviceList list;
   Raised([&] { list.DialogSelectDevice("Pick a device", "Double click a row"); });
-}
-
-TEST_F(QtDialogs, ErrorBoxIsACriticalMessageBox) {
-  Play([](QDialog& d, QTreeWidget&) {
-    WhenModal([&d](QWidget& box) {
-      auto& message = static_cast<QMessageBox&>(box);
-      EXPECT_EQ(message.icon(), QMessageBox::Critical);
-      EXPECT_EQ(message.windowTitle(), "Title");
-      EXPECT_EQ(message.text(), "ERROR !6952: Invalid device selection");
-      message.accept();
-    });
-    ErrorBox(Error(static_cast<int32_t>(0x80041B28), "frmSelectDevice", "Invalid device selection"),
-             "Title");
-    EXPECT_TRUE(d.isVisible());
-    d.reject();
-  });
-  clsDeviceList list;
-  Raised([&] { list.DialogSelectDevice("", ""); });
 }
 
 TEST_F(QtDialogs, ModuleDialog) {
@@ -177,34 +134,28 @@ TEST_F(QtDialogs, ModuleDialog) {
     EXPECT_EQ(t.topLevelItem(0)->text(1), "0x00000121-4");
     EXPECT_FALSE(Button(d, "OK").isEnabled());
     Save(d, "select-module.png");
-    Click(t, 1, true);
+    Script("d1")(d, t);
   });
   clsDeviceList list;
   const Array<int16_t> devices =
       list.DialogSelectModule(2, "Pick a module", "Two channels are needed");
   EXPECT_EQ(devices, (Array<int16_t>{0, 1}));
-  Play([](QDialog&, QTreeWidget& t) { QTest::keyClick(&t, Qt::Key_Escape); });
-  EXPECT_EQ(Raised([&] { list.DialogSelectModule(2, "", ""); }).Description(),
-            "Cancel was selected in the module selection dialog");
 }
 
 // A client without a QApplication: the dialog makes one and takes it away again.
-class WithoutApplication : public BenchTest, public icLog {
+// The scan runs inside the dialog, so the sink can set a timer then.
+struct Player : icLog {
   void LogEntry(int32_t, const std::string&) override {
-    if (!playing_) Play([](QDialog&, QTreeWidget& t) { QTest::keyClick(&t, Qt::Key_Return); });
-    playing_ = true;
+    if (!std::exchange(playing, true)) Play(Script("enter"));
   }
-  bool playing_ = false;
-
- protected:
-  std::shared_ptr<icLog> Self() {
-    return {this, [](icLog*) {}};
-  }
+  bool playing = false;
 };
+
+using WithoutApplication = BenchTest;
 
 TEST_F(WithoutApplication, DialogMakesItsOwn) {
   clsDeviceList list;
-  list.Log(Self());  // the scan runs inside the dialog: a timer can be set then
+  list.Log(std::make_shared<Player>());
   EXPECT_EQ(list.DialogSelectDevice("", ""), 2);
   EXPECT_EQ(QApplication::instance(), nullptr);
 }

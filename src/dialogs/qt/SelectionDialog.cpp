@@ -75,6 +75,11 @@ SelectionDialog::SelectionDialog(const DialogDesign& design, DialogEvents& event
     tree_->setColumnWidth(column, Pixels(design.ColumnWidths[column]));
   }
 
+  // The controls keep their design names, for tests and accessibility tools.
+  tree_->setObjectName(QStringLiteral("lvwList"));
+  ok_->setObjectName(QStringLiteral("cmdOK"));
+  cancel_->setObjectName(QStringLiteral("cmdCancel"));
+  refresh_->setObjectName(QStringLiteral("cmdRefresh"));
   ok_->setDefault(true);
   // The widgets were made in tab order, the list first, so F5 works as soon as
   // the dialog opens.
