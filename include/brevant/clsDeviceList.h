@@ -68,8 +68,18 @@ class clsDeviceList {
   // (without channel suffix); Devices gets the first one's numbers, channel A
   // first, and is left alone when there is none.
   int32_t FindModule(int32_t ChannelCount, const std::string& Description, Array<int16_t>& Devices);
-  // The two selection dialogs, DialogSelectDevice and DialogSelectModule, take
-  // the next slots.
+  // The selection dialogs. Each makes a new scan, blocks until the user ends it
+  // and returns what the user confirmed. Cancel, Esc and closing the window raise
+  // errDialogCancel; any other error reaches the caller unchanged. Without a
+  // window system built in they raise 0x80041AF7. See docs/dialogs.md.
+  //
+  // "Select FTDI Device": the Device number of the chosen record.
+  int16_t DialogSelectDevice(const std::string& Prompt, const std::string& Instruction);
+  // "Select FTDI Module": the channels' Device numbers, elements 0 (channel A) to
+  // ChannelCount - 1. A ChannelCount below 1 raises "Invalid parameter" (Source
+  // "frmSelectModule") and no window is shown.
+  Array<int16_t> DialogSelectModule(int32_t ChannelCount, const std::string& Prompt,
+                                    const std::string& Instruction);
 
  private:
   std::unique_ptr<clsFTD2xx> Gateway;
