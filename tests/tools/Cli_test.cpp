@@ -19,7 +19,8 @@ struct Case {
   int status;
   std::vector<std::string> out;
   std::vector<std::string> err;
-  // A file the run writes and what it must hold; none when empty.
+  // A file the run writes and what it must hold; with no content, it must not
+  // be there.
   const char* file = "";
   std::string content = {};
 };
@@ -62,6 +63,7 @@ TEST_P(Cli, Runs) {
   for (const std::string& text : c.out) EXPECT_NE(out.find(text), std::string::npos) << out;
   for (const std::string& text : c.err) EXPECT_NE(err.find(text), std::string::npos) << err;
   if (*c.file != '\0') {
+    EXPECT_EQ(fs::exists(dir_ / c.file), !c.content.empty());
     EXPECT_EQ(Slurp(dir_ / c.file), c.content);
   }
 }
@@ -94,7 +96,8 @@ const Case kCases[] = {
      {"16 bytes read from 0x3FFFF0"},
      "got.bin",
      std::string(16, '\xFF')},
-    {"spi -d 0 read 0x3FFFF0 17 -o got.bin", 1, {}, {"go beyond it"}},
+    {"spi -d 0 read 0x3FFFF0 17 -o got.bin", 1, {}, {"go beyond it"}, "got.bin"},
+    {"spi -d 5 read 0 16 -o got.bin", 1, {}, {"ERROR !6302"}, "got.bin"},
     {"spi -d 0 read 0 zz -o got.bin", 2, {}, {"\"zz\" is no number"}},
     {"spi -d 0 read 0 1 -o no/such/dir", 1, {}, {"brevant: cannot write no/such/dir"}},
     {"spi -d 0 write 0x100 data.bin",

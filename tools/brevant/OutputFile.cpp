@@ -35,7 +35,9 @@ OutputFile::OutputFile(const std::string& path)
 }
 
 OutputFile::~OutputFile() {
-  if (file_ != nullptr && file_ != stdout) std::fclose(file_);
+  if (file_ == nullptr || file_ == stdout) return;
+  std::fclose(file_);
+  std::remove(path_.c_str());
 }
 
 void OutputFile::Write(std::span<const uint8_t> bytes) {

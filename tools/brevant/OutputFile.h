@@ -14,7 +14,8 @@ namespace brevant::tool {
 std::vector<uint8_t> ReadInput(const std::string& path);
 
 // A file opened for writing on construction, so that a bad path fails before
-// any device is touched.
+// any device is touched. One that is never closed is removed again: a failed
+// run leaves no partial file to be taken for a good one.
 class OutputFile {
  public:
   explicit OutputFile(const std::string& path);
