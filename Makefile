@@ -1,6 +1,6 @@
 # Brevant: two commands do all set-up on a fresh Debian machine.
-#   make demo   installs what is missing, builds, runs the demonstration on the
-#               built-in virtual bench (no hardware needed)
+#   make demo   installs what is missing, builds, walks through the brevant command
+#               and the example programs on the virtual bench (no hardware needed)
 #   make test   installs, builds, runs every test, then all of them again under
 #               AddressSanitizer + UndefinedBehaviorSanitizer
 # Also: make bench (benchmarks), make format.
@@ -30,12 +30,24 @@ build: packages $(BUILD)/build.ninja
 asan: packages $(ASAN_BUILD)/build.ninja
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 
+# The walk-through: each step prints its command line, then runs it on the
+# default bench as read from its bench file.
+CLI := $(BUILD)/brevant --bench benches/default.json
+define step
+	@printf '\n== %s\n   $$ brevant %s\n' $(1) '$(2)'
+	@$(CLI) $(2)
+endef
+
 demo: build
-	@$(BUILD)/brevant-demo
-	@echo "== brevant list (the default bench, read from benches/default.json)"
-	@$(BUILD)/brevant --driver virtual:benches/default.json list
-	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; echo "== $${e##*/}"; \
-	  BREVANT_DRIVER=virtual "$$e"; done
+	$(call step,"The devices of the virtual bench and the modules they form",list)
+	$(call step,"Pins by name; GPIOH1 follows GPIOH0 through a wire loop",gpio -d 2 GPIOH0=0 GPIOL0=1 --read)
+	$(call step,"The SPI flash on device 0",spi -d 0 jedec)
+	$(call step,"Writing a file into it: erase where needed then program and verify",spi -d 0 write 0x1000 README.md)
+	$(call step,"The JTAG chain on device 1 (TAP 0 is nearest TDO)",jtag -d 1)
+	$(call step,"Every driver call of a command with --trace",--trace gpio -d 2 --read)
+	$(call step,"A failure: device 5 is no MPSSE channel (exit status 1)",spi -d 5 jedec || true)
+	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; \
+	  printf '\n== The example program %s (examples/%s.cpp)\n' "$${e##*/}" "$${e##*/example-}"; BREVANT_DRIVER=virtual "$$e"; done
 
 test: build asan
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure --no-tests=error

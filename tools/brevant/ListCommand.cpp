@@ -106,8 +106,9 @@ void PrintJson(std::ostream& out, int32_t deviceCount, const Array<tDeviceInfo>&
 
 }  // namespace
 
-void ListDevices(std::ostream& out, bool asJson) {
+void ListDevices(std::ostream& out, bool asJson, const std::shared_ptr<icLog>& log) {
   clsDeviceList list;
+  list.Log(log);
   int32_t deviceCount = 0;
   Array<tDeviceInfo> devices;
   list.ScanDevices(deviceCount, devices);

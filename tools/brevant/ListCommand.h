@@ -2,10 +2,13 @@
 // aligned tables or as JSON.
 #pragma once
 
+#include <memory>
 #include <ostream>
+
+#include "brevant/icLog.h"
 
 namespace brevant::tool {
 
-void ListDevices(std::ostream& out, bool asJson);
+void ListDevices(std::ostream& out, bool asJson, const std::shared_ptr<icLog>& log);
 
 }  // namespace brevant::tool

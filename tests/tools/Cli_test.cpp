@@ -1,0 +1,135 @@
+// The brevant program end to end on the built-in bench: exit status, what it
+// prints on stdout and stderr, and the files it writes.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Case {
+  const char* args;
+  int status;
+  std::vector<std::string> out;
+  std::vector<std::string> err;
+  // A file the run writes and what it must hold; with no content, it must not
+  // be there.
+  const char* file = "";
+  std::string content = {};
+};
+
+// What the fixture gives the program to send and write.
+const std::string kData = [] {
+  std::string data;
+  for (int i = 0; i < 1000; ++i) data += static_cast<char>(i * 7);
+  return data;
+}();
+
+std::string Slurp(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+class Cli : public ::testing::TestWithParam<Case> {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() /
+           ("brevant-cli-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+            "-" + std::to_string(getpid()));
+    fs::create_directories(dir_);
+    std::ofstream(dir_ / "data.bin", std::ios::binary) << kData;
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  fs::path dir_;
+};
+
+TEST_P(Cli, Runs) {
+  const Case& c = GetParam();
+  const std::string command = "cd '" + dir_.string() + "' && " BREVANT_CLI " --driver virtual " +
+                              c.args + " >out.txt 2>err.txt";
+  const int wait = std::system(command.c_str());
+  ASSERT_TRUE(WIFEXITED(wait));
+  EXPECT_EQ(WEXITSTATUS(wait), c.status);
+  const std::string out = Slurp(dir_ / "out.txt");
+  const std::string err = Slurp(dir_ / "err.txt");
+  for (const std::string& text : c.out) EXPECT_NE(out.find(text), std::string::npos) << out;
+  for (const std::string& text : c.err) EXPECT_NE(err.find(text), std::string::npos) << err;
+  if (*c.file != '\0') {
+    EXPECT_EQ(fs::exists(dir_ / c.file), !c.content.empty());
+    EXPECT_EQ(Slurp(dir_ / c.file), c.content);
+  }
+}
+
+const Case kCases[] = {
+    {"list", 0, {"BV22H001A", "Dual RS232-HS  0, 1"}, {}},
+    {"version", 0, {"Brevant 1.00.0010\nDriver: virtual\n"}, {}},
+    {"", 2, {}, {"A subcommand is required"}},
+    {"--bench missing.json list", 2, {}, {"excludes"}},
+    // Device 2 loops GPIOH0 to GPIOH1 and GPIOL1 to GPIOL2; the rest float high.
+    {"gpio -d 2 GPIOH0=0 GPIOL1=0 GPIOL0=1 --read",
+     0,
+     {"GPIOL0=1 GPIOL1=0 GPIOL2=0 GPIOL3=1 GPIOH0=0 GPIOH1=0 GPIOH2=1 GPIOH3=1\n"},
+     {}},
+    {"gpio -d 2 GPIOH3=1", 0, {}, {}},
+    // Device 5 loops D0-D3 to D4-D7.
+    {"gpio -d 5 --bitbang D1=0 --read", 0, {"D0=1 D1=0 D2=1 D3=1 D4=1 D5=0 D6=1 D7=1\n"}, {}},
+    {"gpio -d 2 GPIOX9=1", 2, {}, {"unknown pin \"GPIOX9\""}},
+    {"gpio -d 2 D0=1", 2, {}, {"unknown pin \"D0\""}},
+    {"gpio -d 2 GPIOL0=2", 2, {}, {"\"GPIOL0=2\" sets no level 0 or 1"}},
+    {"gpio -d 5 GPIOL0=1", 1, {}, {"ERROR !6302: FTDI read error (timeout)\n"}},
+    {"gpio -d 9 --read", 1, {}, {"ERROR !6101: "}},
+    {"spi -d 0 jedec", 0, {"JEDEC ID EF 40 16: manufacturer 0xEF, type 0x40, 4194304 bytes"}, {}},
+    {"spi -d 5 jedec", 1, {}, {"ERROR !6302: FTDI read error (timeout)\n"}},
+    {"spi -d 3 jedec", 1, {}, {"brevant: no SPI flash answers on device 3 (JEDEC ID FF FF FF)"}},
+    {"spi -d 0", 2, {}, {"A subcommand is required"}},
+    {"spi -d 0 read 0x3FFFF0 16 -o got.bin",
+     0,
+     {},
+     {"16 bytes read from 0x3FFFF0"},
+     "got.bin",
+     std::string(16, '\xFF')},
+    {"spi -d 0 read 0x3FFFF0 17 -o got.bin", 1, {}, {"go beyond it"}, "got.bin"},
+    {"spi -d 5 read 0 16 -o got.bin", 1, {}, {"ERROR !6302"}, "got.bin"},
+    {"spi -d 0 read 0 zz -o got.bin", 2, {}, {"\"zz\" is no number"}},
+    {"spi -d 0 read 0 1 -o no/such/dir", 1, {}, {"brevant: cannot write no/such/dir"}},
+    {"spi -d 0 write 0x100 data.bin",
+     0,
+     {"1000 bytes written at 0x000100: 0 sectors erased, 4 pages programmed, verified"},
+     {}},
+    {"spi -d 0 write 0x3FFC19 data.bin", 1, {}, {"1000 from 0x3FFC19 go beyond it"}},
+    {"spi -d 0 write 0 missing.bin", 1, {}, {"brevant: cannot read missing.bin"}},
+    {"jtag -d 1", 0, {"0    0x0362D093  0        0x362D  0x049", "1    0x4BA00477"}, {}},
+    {"jtag -d 3", 0, {"No TAP answers on device 3."}, {}},
+    {"fifo -d 0 --send data.bin --receive got.bin",
+     0,
+     {},
+     {"sent 1000 bytes", "received 1000 bytes"},
+     "got.bin",
+     kData},
+    {"fifo -d 0 --send data.bin --receive got.bin -n 10",
+     0,
+     {},
+     {},
+     "got.bin",
+     kData.substr(0, 10)},
+    {"fifo -d 0", 2, {}, {"At least 1 option"}},
+    {"--trace spi -d 0 jedec", 0, {"JEDEC ID"}, {"trace: FT_Read (0x", "EF 40 16}, 4, 4) = 0"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Commands, Cli, ::testing::ValuesIn(kCases),
+                         [](const ::testing::TestParamInfo<Case>& info) {
+                           std::string name = std::to_string(info.index) + "_" + info.param.args;
+                           for (char& c : name)
+                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+                           return name;
+                         });
+
+}  // namespace

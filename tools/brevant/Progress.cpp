@@ -1,0 +1,31 @@
+#include "Progress.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+namespace brevant::tool {
+
+namespace {
+
+constexpr int kWidth = 40;
+
+}  // namespace
+
+Progress::Progress(uint64_t total) : total_(total), shown_(isatty(STDERR_FILENO) == 1) {}
+
+Progress::~Progress() {
+  if (shown_) std::fprintf(stderr, "\r%*s\r", kWidth + 30, "");
+}
+
+void Progress::Advance(uint64_t done) {
+  if (!shown_ || total_ == 0) return;
+  const int filled = static_cast<int>(done * kWidth / total_);
+  std::fprintf(stderr, "\r[%s%s] %3d%%  %llu of %llu bytes", std::string(filled, '#').c_str(),
+               std::string(kWidth - filled, '.').c_str(), static_cast<int>(done * 100 / total_),
+               static_cast<unsigned long long>(done), static_cast<unsigned long long>(total_));
+  std::fflush(stderr);
+}
+
+}  // namespace brevant::tool
