@@ -6,7 +6,7 @@
 # Also: make bench (benchmarks), make format.
 
 PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-  nlohmann-json3-dev libcli11-dev
+  nlohmann-json3-dev libcli11-dev python3-pytest python3-setuptools
 BUILD := build
 ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)

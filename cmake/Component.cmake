@@ -49,8 +49,11 @@ if(BREVANT_TESTS)
     COMMAND sh ${PROJECT_SOURCE_DIR}/tests/component/exports.sh $<TARGET_FILE:brevant_shared>)
   # An instrumented library cannot be loaded into an uninstrumented python
   # reliably, so the Python suite runs in the plain build only.
+  # Debian's python3, which has python3-pytest, before any other on the path.
+  find_program(BREVANT_PYTHON python3 HINTS /usr/bin NO_DEFAULT_PATH)
+  find_program(BREVANT_PYTHON python3)
   if(NOT BREVANT_SANITIZE)
-    add_test(NAME python COMMAND python3 -m pytest -q -p no:cacheprovider
+    add_test(NAME python COMMAND ${BREVANT_PYTHON} -m pytest -q -p no:cacheprovider
       ${PROJECT_SOURCE_DIR}/python/tests)
     set_tests_properties(python PROPERTIES ENVIRONMENT
       "BREVANT_LIBRARY=$<TARGET_FILE:brevant_shared>;PYTHONPATH=${PROJECT_SOURCE_DIR}/python")

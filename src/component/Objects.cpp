@@ -20,8 +20,10 @@ struct Table {
   brevant_object next = 1;
 };
 
+// Never destroyed: objects a client still holds at exit are not ended then, as
+// their end would call back into a client that may already be gone.
 Table& Live() {
-  static Table table;
+  static Table& table = *new Table;
   return table;
 }
 

@@ -169,7 +169,7 @@ struct Value<R, std::enable_if_t<RecordFields<R>::kRecord>> {
   template <class F>
   static std::remove_cvref_t<F> FieldIn(const brevant_variant& v, const char* name) {
     using T = std::remove_cvref_t<F>;
-    const brevant_param_info field{name, Value<T>::kType, Value<T>::Name(), 1, 0, 0};
+    const brevant_param_info field{name, Value<T>::kType, Value<T>::Name(), 0, 0, 0};
     return Value<T>::In(v, field);
   }
 };
