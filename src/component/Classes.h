@@ -1,5 +1,7 @@
 // The public classes in the order of the library's class table, one binding
-// each (see the *Binding.cpp files beside this one).
+// each (see the *Binding.cpp files beside this one). Where a dispatch id's low
+// half is not fixed, it counts from 1 in slot order, one per member name, which
+// is also how the fixed ones of the 245 FIFO channel run.
 #pragma once
 
 #include <span>
