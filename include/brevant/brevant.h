@@ -110,8 +110,7 @@ BREVANT_API void brevant_variant_clear(brevant_variant* v);
 BREVANT_API int32_t brevant_variant_set_string(brevant_variant* v, const char* text);
 /* An array of `element_type` (BREVANT_UI1 or BREVANT_I2) copied from `data`. */
 BREVANT_API int32_t brevant_variant_set_array(brevant_variant* v, int32_t element_type,
-                                              const void* data, int32_t count,
-                                              int32_t lower_bound);
+                                              const void* data, int32_t count, int32_t lower_bound);
 
 /* The error of the last failed call on this thread; 0 and empty texts before. */
 BREVANT_API int32_t brevant_error_number(void);
@@ -176,7 +175,7 @@ typedef struct brevant_param_info {
 typedef struct brevant_member_info {
   const char* name;
   int32_t dispid;
-  int32_t kind; /* brevant_invoke_kind */
+  int32_t kind;              /* brevant_invoke_kind */
   brevant_param_info result; /* type BREVANT_EMPTY when there is none */
   int32_t param_count;
   const brevant_param_info* params;

@@ -21,5 +21,4 @@ __attribute__((section(".brevant_version"), used)) const brevant_version_block b
     // Present and empty: the mark of a self-registering library.
     .ole_self_register = "",
 };
-
 }
