@@ -394,11 +394,13 @@ TEST(Surface, CallsWriteBackAndLog) {
   // FindModule fills the channel numbers, channel A first.
   brevant_variant find[3] = {I4(2), {}, {}};
   ASSERT_EQ(brevant_variant_set_string(&find[1], "Dual RS232-HS"), 0);
-  find[2].type = BREVANT_ARRAY | BREVANT_I2;
+  const int16_t before[3] = {7, 7, 7};  // elements 5..7, replaced by 0..1
+  ASSERT_EQ(brevant_variant_set_array(&find[2], BREVANT_I2, before, 3, 5), 0);
   brevant_variant count{};
   ASSERT_EQ(brevant_invoke(list, 0x60030007, 1, 3, find, &count), 0);
   EXPECT_EQ(count.value.i4, 1);
   ASSERT_EQ(find[2].value.array.count, 2);
+  EXPECT_EQ(find[2].value.array.lower_bound, 0);
   EXPECT_EQ(static_cast<int16_t*>(find[2].value.array.data)[1], 1);
 
   brevant_variant revision{};
