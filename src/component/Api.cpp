@@ -126,9 +126,10 @@ BREVANT_API int32_t brevant_invoke(brevant_object object, int32_t dispid, int32_
     }
     char id[11];
     std::snprintf(id, sizeof id, "0x%08X", static_cast<uint32_t>(dispid));
-    const char* what = kind == BREVANT_METHOD ? "method"
-                       : kind == BREVANT_GET  ? "property read"
-                                              : "property write";
+    const std::string what = kind == BREVANT_METHOD ? "method"
+                             : kind == BREVANT_GET  ? "property read"
+                             : kind == BREVANT_PUT  ? "property write"
+                                                    : "call of kind " + std::to_string(kind);
     Fail(BREVANT_E_MEMBERNOTFOUND,
          std::string(live.binding->info.name) + " has no " + what + " with dispatch id " + id);
   });
