@@ -108,10 +108,7 @@ _signatures = {
     "brevant_variant_clear": (None, [POINTER(Variant)]),
     "brevant_variant_set_string": (c_int32, [POINTER(Variant), c_char_p]),
     "brevant_variant_set_array": (c_int32, [POINTER(Variant), c_int32, c_void_p, c_int32, c_int32]),
-    "brevant_guid_parse": (c_int32, [c_char_p, POINTER(Guid)]),
-    "brevant_guid_format": (None, [POINTER(Guid), c_char_p]),
     "brevant_create_by_name": (c_int32, [c_char_p, POINTER(c_uint64)]),
-    "brevant_query_interface": (c_int32, [c_uint64, POINTER(Guid), POINTER(c_uint64)]),
     "brevant_release": (c_int32, [c_uint64]),
     "brevant_log_create": (c_int32, [POINTER(LogSink), POINTER(c_uint64)]),
     "brevant_invoke": (c_int32, [c_uint64, c_int32, c_int32, c_int32, POINTER(Variant),
@@ -125,14 +122,8 @@ _signatures = {
     "brevant_enum_at": (POINTER(EnumInfo), [c_int32]),
     "brevant_record_count": (c_int32, []),
     "brevant_record_at": (POINTER(RecordInfo), [c_int32]),
-    "DllCanUnloadNow": (c_int32, []),
 }
 for _name, (_result, _args) in _signatures.items():
     getattr(lib, _name).restype = _result
     getattr(lib, _name).argtypes = _args
 
-
-def guid_text(guid):
-    out = ctypes.create_string_buffer(39)
-    lib.brevant_guid_format(ctypes.byref(guid), out)
-    return out.value.decode()

@@ -26,9 +26,9 @@ int32_t Guarded(F&& body) {
     KeepError(e);
     return e.Number();
   } catch (const std::bad_alloc&) {
-    KeepError(Error(static_cast<int32_t>(0x8007000E), kSurface, "Out of memory"));
+    KeepError(Error(BREVANT_E_OUTOFMEMORY, kSurface, "Out of memory"));
   } catch (...) {
-    KeepError(Error(static_cast<int32_t>(0x8000FFFF), kSurface, "Unexpected failure"));
+    KeepError(Error(BREVANT_E_UNEXPECTED, kSurface, "Unexpected failure"));
   }
   return brevant_error_number();
 }
