@@ -45,6 +45,7 @@ if(BREVANT_TESTS)
   set_target_properties(brevant-c-client PROPERTIES C_STANDARD 99 C_STANDARD_REQUIRED ON)
   target_link_libraries(brevant-c-client PRIVATE brevant_shared)
   add_test(NAME CClient COMMAND brevant-c-client)
+  set_tests_properties(CClient PROPERTIES ENVIRONMENT BREVANT_DRIVER=virtual)
   add_test(NAME SharedLibraryExports
     COMMAND sh ${PROJECT_SOURCE_DIR}/tests/component/exports.sh $<TARGET_FILE:brevant_shared>)
   # Debian's python3, which has python3-pytest, before any other on the path.
@@ -53,7 +54,8 @@ if(BREVANT_TESTS)
   add_test(NAME python COMMAND ${BREVANT_PYTHON} -m pytest -q -p no:cacheprovider
     ${PROJECT_SOURCE_DIR}/python/tests)
   set(BREVANT_PYTHON_ENV
-    "BREVANT_LIBRARY=$<TARGET_FILE:brevant_shared>;PYTHONPATH=${PROJECT_SOURCE_DIR}/python")
+    "BREVANT_LIBRARY=$<TARGET_FILE:brevant_shared>;PYTHONPATH=${PROJECT_SOURCE_DIR}/python"
+    "BREVANT_DRIVER=virtual")
   if(BREVANT_SANITIZE)
     # An instrumented library needs the sanitizer runtimes loaded first into an
     # uninstrumented python, whose own memory at exit is no leak of ours.

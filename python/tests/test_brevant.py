@@ -75,7 +75,7 @@ def test_records_and_reference_arrays():
     (lambda: brevant.clsFTDIMPSSEPortIO(), -2147221231),        # not creatable
     (lambda: brevant.clsFTDI245FIFO().Initialize("zero"), -2147352571),  # type mismatch
     (lambda: brevant.clsFTDI245FIFO().Initialize(70000), -2147352566),   # overflow
-    (lambda: brevant.clsDeviceList().DialogSelectDevice("a", "b"), -2147467263),
+    (lambda: brevant.clsDeviceList().DialogSelectModule("two", "a", "b"), -2147352571),
 ])
 def test_bad_calls_raise_with_a_number(action, number):
     with pytest.raises(brevant.BrevantError) as failure:

@@ -15,7 +15,7 @@
 namespace brevant {
 
 // Raised (Source "clsDeviceList") when a dialog is asked for in a library built
-// without a window system.
+// without a window system, or where there is no display to show it on.
 inline constexpr int32_t kErrDialogsNotBuilt = kObjectErrorBase + 6903;
 
 // Makes the window of one form; `events` outlives the window.
