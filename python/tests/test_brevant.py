@@ -1,5 +1,9 @@
 """The Python package on the virtual bench, through the shared library."""
 
+import os
+import subprocess
+import sys
+
 import pytest
 
 import brevant
@@ -82,3 +86,13 @@ def test_bad_calls_raise_with_a_number(action, number):
         action()
     assert failure.value.number == number and failure.value.source == "Brevant"
     assert failure.value.description
+
+
+def test_python_example_runs():
+    """The example of examples/python prints what the C++ one prints."""
+    root = os.path.join(os.path.dirname(__file__), "..", "..")
+    run = subprocess.run([sys.executable, os.path.join(root, "examples", "python", "spi_flash.py")],
+                         capture_output=True, text=True, check=True)
+    assert run.stdout.splitlines() == [
+        "JEDEC ID: manufacturer EF, type 40, capacity 16",
+        "First 16 bytes: " + " ".join(["FF"] * 16)]

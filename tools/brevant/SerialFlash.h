@@ -1,12 +1,14 @@
 // A serial NOR flash on an MPSSE channel's SPI pins (SK, DO, DI, CS), in SPI
 // mode 0. Every flash command is one transaction here, so that the whole SPI
-// conversation sits in one class.
+// conversation sits in one class; each goes to the chip as one batch, one
+// write and at most one read.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
 #include "brevant/ByteArray.h"
+#include "brevant/MpsseBatch.h"
 #include "brevant/clsFTDIMPSSE.h"
 
 namespace brevant::tool {
@@ -33,14 +35,15 @@ class SerialFlash {
   void ProgramPage(uint32_t address, std::span<const uint8_t> data);
 
  private:
-  // CS low, `data` out and in at once, CS high.
-  void Transaction(ByteArray& data);
+  // CS low, `out` sent, `inLength` bytes read, CS high; returns what was read.
+  ByteArray Transaction(const ByteArray& out, int32_t inLength = 0);
   void WriteEnable();
   // Polls the status register until the busy bit clears; a ToolError if it
   // never does.
   void WaitWhileBusy();
 
   clsFTDIMPSSE& mpsse_;
+  MpsseBatch batch_;
 };
 
 }  // namespace brevant::tool

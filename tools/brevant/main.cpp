@@ -6,6 +6,7 @@
 //   brevant jtag -d 1                         the TAPs of a JTAG chain
 //   brevant fifo -d 0 --send FILE --receive FILE
 //   brevant version
+//   brevant select device | module -c 2         a person picks in a dialog
 //   brevant --bench benches/default.json --trace gpio -d 2 --read
 //   brevant list --driver libftdi             the chips on this machine, through libftdi
 //
@@ -20,6 +21,7 @@
 #include "GpioCommand.h"
 #include "JtagCommand.h"
 #include "ListCommand.h"
+#include "SelectCommand.h"
 #include "SpiCommand.h"
 #include "ToolError.h"
 #include "TraceLog.h"
@@ -56,6 +58,7 @@ int main(int argc, char** argv) {
   const brevant::tool::JtagCommand jtag(app);
   const brevant::tool::FifoCommand fifo(app);
   const brevant::tool::VersionCommand version(app);
+  const brevant::tool::SelectCommand select(app);
   // `brevant list --driver libftdi` reads as naturally as the option first.
   for (CLI::App* command : app.get_subcommands({})) command->fallthrough();
 
@@ -70,6 +73,7 @@ int main(int argc, char** argv) {
     if (jtag.Chosen()) jtag.Run(log);
     if (fifo.Chosen()) fifo.Run(log);
     if (version.Chosen()) version.Run(driver);
+    if (select.Chosen()) select.Run(log);
   } catch (const CLI::ParseError& e) {
     return app.exit(e) == 0 ? 0 : kUsage;
   } catch (const brevant::Error& e) {
