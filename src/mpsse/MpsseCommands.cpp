@@ -10,7 +10,6 @@ namespace {
 
 constexpr char kSource[] = "clsFTDIMPSSE";
 
-constexpr int32_t kDivisorMask = 0xFFFF;
 // One command moves at most 65535 bytes: its length field 0xFFFF (65536) is never sent.
 constexpr int32_t kLengthMask = 0xFFFF;
 // TMS commands carry one data byte: 1 to 8 bits, sent as the count less one.
@@ -29,10 +28,6 @@ constexpr uint8_t kBytesIn = 0x20;
 constexpr uint8_t kBytesInOut = 0x30;
 constexpr uint8_t kTmsOut = 0x4A;
 constexpr uint8_t kTmsInOut = 0x6A;
-
-[[noreturn]] void RejectParameter(const char* message) {
-  throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
-}
 
 // "Valid" means that masking leaves the value unchanged, which also refuses
 // every negative number.
@@ -89,6 +84,10 @@ void AppendTransfer(Bytes& out, uint8_t code, int32_t DataLength,
 }
 
 }  // namespace
+
+void RejectParameter(const char* message) {
+  throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
+}
 
 void AppendClockDivisor(Bytes& out, int32_t Divisor) {
   RequireMasked(Divisor, kDivisorMask, "Invalid parameter");

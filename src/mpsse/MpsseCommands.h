@@ -19,6 +19,11 @@ namespace brevant::mpsse {
 using Bytes = std::vector<uint8_t>;
 
 inline constexpr uint8_t kSendImmediate = 0x87;
+// The largest clock divisor; the class's arithmetic caps at it too.
+inline constexpr int32_t kDivisorMask = 0xFFFF;
+
+// errParameter with Source "clsFTDIMPSSE" and `message`.
+[[noreturn]] void RejectParameter(const char* message);
 
 void AppendClockDivisor(Bytes& out, int32_t Divisor);
 // `high` picks the high port (ACBUS) over the low one (ADBUS).

@@ -21,15 +21,10 @@ constexpr uint8_t kMpsseMode = 0x02;
 
 // The chip's 12 MHz base halved: clock = 6 MHz / (divisor + 1).
 constexpr double kBaseClock = 6000000.0;
-constexpr int32_t kDivisorMask = 0xFFFF;
 
 [[noreturn]] void RejectShortRead() {
   throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), kSource,
               "FTDI read error (timeout)");
-}
-
-[[noreturn]] void RejectParameter(const char* message) {
-  throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
 }
 
 // Zeros behind the `filled` bytes that a read put into the array from element 0.
@@ -110,18 +105,18 @@ void clsFTDIMPSSE::SetClockDivisor(int32_t Divisor) {
 }
 
 int32_t clsFTDIMPSSE::ClockDivisorFromFrequency(double Frequency) const {
-  if (!(Frequency > 0.0)) RejectParameter("Invalid parameter");
+  if (!(Frequency > 0.0)) mpsse::RejectParameter("Invalid parameter");
   const double quotient = kBaseClock / std::min(Frequency, kBaseClock);
   const double divisor = RoundHalfEven(quotient) - 1.0;
   if (divisor > std::numeric_limits<int32_t>::max()) {
     throw Error::Generic(kErrOverflow, kSource);
   }
-  return std::min(static_cast<int32_t>(divisor), kDivisorMask);
+  return std::min(static_cast<int32_t>(divisor), mpsse::kDivisorMask);
 }
 
 double clsFTDIMPSSE::ClockDivisorToFrequency(int32_t Divisor) const {
-  if (Divisor < 0) RejectParameter("Invalid parameter");
-  return kBaseClock / (std::min(Divisor, kDivisorMask) + 1.0);
+  if (Divisor < 0) mpsse::RejectParameter("Invalid parameter");
+  return kBaseClock / (std::min(Divisor, mpsse::kDivisorMask) + 1.0);
 }
 
 void clsFTDIMPSSE::SetPort(bool high, uint8_t Value, uint8_t Direction) {
