@@ -3,7 +3,7 @@
 #               and the example programs on the virtual bench (no hardware needed)
 #   make test   installs, builds, runs every test, then all of them again under
 #               AddressSanitizer + UndefinedBehaviorSanitizer
-# Also: make bench (benchmarks), make format.
+# Also: make bench (benchmarks), make fuzz (libFuzzer, clang), make format.
 
 PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
   nlohmann-json3-dev libcli11-dev libftdi1-dev libusb-1.0-0-dev umockdev libumockdev-dev \
@@ -12,7 +12,7 @@ BUILD := build
 ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: demo test bench packages build asan format
+.PHONY: demo test bench fuzz packages build asan format
 
 packages:
 	@tools/setup/install-packages $(PACKAGES)
@@ -56,6 +56,19 @@ test: build asan
 
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do $$b --benchmark_min_time=0.2; done
+
+# libFuzzer targets in a clang build of their own; each runs for FUZZ_TIME seconds.
+FUZZ_BUILD := build-fuzz
+FUZZ_TIME := 20
+fuzz: packages
+	@tools/setup/install-packages clang libclang-rt-14-dev
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DBREVANT_FUZZ=ON -DBREVANT_TESTS=OFF -DBREVANT_BENCHMARKS=OFF -DBREVANT_QT=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target benchfile_fuzz invoke_fuzz mpsse_engine_fuzz
+	@for f in $(FUZZ_BUILD)/fuzz/*_fuzz; do echo "== $$f"; \
+	  $$f -max_total_time=$(FUZZ_TIME) -max_len=256 -print_final_stats=1 > $$f.log 2>&1 || \
+	    { tail -40 $$f.log; exit 1; }; \
+	  grep -E 'stat::(number_of_executed_units|average_exec_per_sec)' $$f.log; done
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

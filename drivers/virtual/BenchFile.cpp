@@ -312,7 +312,7 @@ std::shared_ptr<Bench> LoadBenchText(const std::string& text, const std::string&
   json root;
   try {
     root = json::parse(text);
-  } catch (const json::parse_error& e) {
+  } catch (const json::exception& e) {  // a syntax error, or a number out of range
     // The library's own "[json.exception...]" tag says nothing to a reader.
     std::string_view message = e.what();
     if (const size_t tag = message.find("] "); tag != std::string_view::npos) {

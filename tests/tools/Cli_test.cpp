@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,8 @@ struct Case {
   // be there.
   const char* file = "";
   std::string content = {};
+  // GoogleTest would otherwise dump the bytes, padding included.
+  friend void PrintTo(const Case& c, std::ostream* os) { *os << c.args; }
 };
 
 // What the fixture gives the program to send and write.
