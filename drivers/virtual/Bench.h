@@ -9,6 +9,7 @@
 // virtual driver serialises its own calls).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,6 +21,11 @@
 #include "virtual/VirtualClock.h"
 
 namespace brevant::virt {
+
+// Data bytes of one bulk IN packet once the driver strips the two modem status
+// bytes: 512-byte packets on high-speed parts, 64-byte ones on full-speed parts.
+inline constexpr size_t kHighSpeedPacketData = 510;
+inline constexpr size_t kFullSpeedPacketData = 62;
 
 enum class PartKind { kFT232H, kFT2232D, kFT2232H, kFT4232H };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "virtual/Bench.h"
 #include "virtual/Channel.h"
 
 namespace brevant::virt {
@@ -12,9 +13,6 @@ namespace {
 // The bit-bang clock runs at 16 times the baud rate, one byte a tick.
 constexpr int64_t kTicksPerBaud = 16;
 constexpr int64_t kUsPerSecond = 1000000;
-// A high-speed bulk packet of 512 bytes less the two modem status bytes that
-// the driver strips.
-constexpr size_t kPacketData = 510;
 
 }  // namespace
 
@@ -36,8 +34,8 @@ void BitBangEngine::Receive(std::span<const uint8_t> bytes, Channel& channel) {
   const auto doneAt = [&](size_t count) {
     return start + static_cast<int64_t>(count) * kUsPerSecond / tickRate;
   };
-  for (size_t first = 0; first < samples.size(); first += kPacketData) {
-    const size_t end = std::min(samples.size(), first + kPacketData);
+  for (size_t first = 0; first < samples.size(); first += kHighSpeedPacketData) {
+    const size_t end = std::min(samples.size(), first + kHighSpeedPacketData);
     channel.Deliver(std::span(samples).subspan(first, end - first), doneAt(end) - channel.Now());
   }
   readyUs_ = doneAt(samples.size());

@@ -12,19 +12,15 @@ namespace {
 
 constexpr uint8_t kModeMpsse = 0x02;
 
-// Data bytes of a bulk IN packet once the two modem status bytes are off.
-constexpr size_t kHighSpeedPacket = 510;
-constexpr size_t kFullSpeedPacket = 62;
-
 }  // namespace
 
 void InstallMpsse(Channel& channel, PartKind kind, int index) {
   const int channels = kind == PartKind::kFT232H || kind == PartKind::kFT2232D ? 1 : 2;
   if (index >= channels) return;
   const bool highSpeed = kind != PartKind::kFT2232D;
-  channel.SetEngine(kModeMpsse,
-                    std::make_shared<MpsseEngine>(channel.Board(), highSpeed,
-                                                  highSpeed ? kHighSpeedPacket : kFullSpeedPacket));
+  channel.SetEngine(kModeMpsse, std::make_shared<MpsseEngine>(
+                                    channel.Board(), highSpeed,
+                                    highSpeed ? kHighSpeedPacketData : kFullSpeedPacketData));
 }
 
 MpsseEngine& MpsseOf(Channel& channel) {
