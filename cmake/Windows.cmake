@@ -38,3 +38,15 @@ add_library(brevant_component STATIC ${BREVANT_COMPONENT_SOURCES})
 target_compile_definitions(brevant_component PUBLIC BREVANT_BUILDING)
 target_include_directories(brevant_component PUBLIC include src drivers ${CMAKE_BINARY_DIR}/generated)
 target_link_libraries(brevant_component PUBLIC brevant brevant_virtual)
+
+# Brevant.dll: the COM in-process server, exporting the four entry points of
+# Brevant.def and nothing else, with the type library and the version block
+# as resources.
+file(GLOB BREVANT_COM_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/component/windows/*.cpp)
+configure_file(src/component/windows/Brevant.rc.in ${CMAKE_BINARY_DIR}/Brevant.rc @ONLY)
+add_library(Brevant SHARED ${BREVANT_COM_SOURCES} ${CMAKE_BINARY_DIR}/Brevant.rc
+            src/component/windows/Brevant.def)
+set_target_properties(Brevant PROPERTIES PREFIX "" OUTPUT_NAME Brevant)
+target_link_libraries(Brevant PRIVATE brevant_component ole32 oleaut32 uuid advapi32)
+set_source_files_properties(${CMAKE_BINARY_DIR}/Brevant.rc PROPERTIES OBJECT_DEPENDS ${BREVANT_TYPELIB})
+add_dependencies(Brevant brevant_typelib)
