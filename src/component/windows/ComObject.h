@@ -7,7 +7,6 @@
 // each member slot is a small thunk that collects its native arguments.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
 
 #include <atomic>

@@ -2,7 +2,6 @@
 // (a script's class as well as a compiled icLog), as the library's icLog.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
 
 #include "brevant/brevant.h"

@@ -2,7 +2,6 @@
 // error object (for early-bound callers) and EXCEPINFO (for IDispatch callers).
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
 
 #include <cstdint>

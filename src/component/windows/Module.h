@@ -2,7 +2,6 @@
 // objects and locks keep it loaded.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
 
 #include <string>

@@ -1,7 +1,6 @@
 // UTF-8 inside the library, UTF-16 (BSTR) at the COM boundary.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
 
 #include <string>

@@ -5,7 +5,6 @@
 // otherwise.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
 
 #include <vector>
