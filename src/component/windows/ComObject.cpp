@@ -193,6 +193,10 @@ VARTYPE NativeType(const brevant_param_info& param) {
     case BREVANT_OBJECT:
       vt = VT_DISPATCH;
       break;
+    case BREVANT_RECORD:
+      if (!(param.type & BREVANT_ARRAY)) return VT_EMPTY;
+      vt = VT_RECORD;
+      break;
     default:
       return VT_EMPTY;
   }
@@ -417,7 +421,7 @@ HRESULT ComObject::Invoke(DISPID id, WORD flags, DISPPARAMS* params, VARIANT* re
     if (bad_argument) *bad_argument = put && bad + 1 == ordered.size() ? 0 : count - 1 - bad;
   }
   if (SUCCEEDED(hr) && result) {
-    hr = ToCom(value, *result);
+    hr = ToScript(value, brevant_slot_at(class_, slot)->result.type_name, *result);
   } else if (value.type == BREVANT_OBJECT && value.value.object) {
     brevant_release(value.value.object);
   }
@@ -455,7 +459,8 @@ HRESULT ComObject::Call(int32_t slot, std::span<VARIANT* const> args, brevant_va
   }
   HRESULT hr = S_OK;
   for (size_t i = 0; i < args.size(); ++i) {
-    if (member.params[i].by_ref && SUCCEEDED(hr)) hr = WriteBack(values[i], *args[i]);
+    if (member.params[i].by_ref && SUCCEEDED(hr))
+      hr = WriteBack(values[i], member.params[i].type_name, *args[i]);
   }
   clear();
   return hr;
@@ -486,7 +491,7 @@ HRESULT ComObject::CallNative(int32_t slot, const uint64_t* raw) {
   brevant_variant value{};
   UINT bad = 0;
   HRESULT hr = Call(slot, args, &value, nullptr, &bad);
-  if (SUCCEEDED(hr) && returns) hr = WriteBack(value, out);
+  if (SUCCEEDED(hr) && returns) hr = WriteBack(value, member.result.type_name, out);
   if (value.type == BREVANT_OBJECT && value.value.object) brevant_release(value.value.object);
   brevant_variant_clear(&value);
   return hr;

@@ -1,7 +1,11 @@
 #include "component/windows/Module.h"
 
 #include <atomic>
+#include <map>
 #include <mutex>
+#include <string>
+
+#include "component/windows/Text.h"
 
 namespace brevant::com {
 
@@ -46,6 +50,33 @@ HRESULT TypeInfoOf(const GUID& id, ITypeInfo** out) {
   *out = nullptr;
   ITypeLib* library = TypeLibrary();
   return library ? library->GetTypeInfoOfGuid(id, out) : TYPE_E_CANTLOADLIBRARY;
+}
+
+HRESULT RecordInfoOf(const char* name, IRecordInfo** out) {
+  *out = nullptr;
+  static std::mutex mutex;
+  static std::map<std::string, IRecordInfo*> known;  // kept for the life of the process
+  std::lock_guard lock(mutex);
+  if (IRecordInfo*& info = known[name]; info) {
+    info->AddRef();
+    *out = info;
+    return S_OK;
+  }
+  ITypeLib* library = TypeLibrary();
+  if (!library) return TYPE_E_CANTLOADLIBRARY;
+  std::wstring wide = Wide(name);
+  ITypeInfo* type = nullptr;
+  MEMBERID member = 0;
+  USHORT found = 1;
+  HRESULT hr = library->FindName(wide.data(), 0, &type, &member, &found);
+  if (FAILED(hr) || found == 0) return FAILED(hr) ? hr : TYPE_E_ELEMENTNOTFOUND;
+  hr = GetRecordInfoFromTypeInfo(type, out);
+  type->Release();
+  if (SUCCEEDED(hr)) {
+    (*out)->AddRef();
+    known[name] = *out;
+  }
+  return hr;
 }
 
 void AddServerReference() {

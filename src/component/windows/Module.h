@@ -15,6 +15,9 @@ ITypeLib* TypeLibrary();
 // The type information of the interface or record with identifier `id`.
 HRESULT TypeInfoOf(const GUID& id, ITypeInfo** out);
 
+// The record type named `name` of the type library, for arrays of records.
+HRESULT RecordInfoOf(const char* name, IRecordInfo** out);
+
 // Live COM objects and server locks; the DLL may unload when both are zero.
 void AddServerReference();
 void ReleaseServerReference();

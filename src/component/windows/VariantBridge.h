@@ -31,9 +31,12 @@ class CallHolds {
 HRESULT ToLibrary(const VARIANT& in, const brevant_param_info& param, brevant_variant& out,
                   CallHolds& holds);
 // A new VARIANT for `in`; an object reference is handed over to its wrapper.
-HRESULT ToCom(brevant_variant& in, VARIANT& out);
-// Writes a by-reference argument back to where the client's VARIANT points;
-// a value passed by value is left alone.
-HRESULT WriteBack(brevant_variant& value, const VARIANT& target);
+// `type_name` names the record of an array of records.
+HRESULT ToCom(brevant_variant& in, const char* type_name, VARIANT& out);
+// The same, for a script: a typed array becomes an array of VARIANTs.
+HRESULT ToScript(brevant_variant& in, const char* type_name, VARIANT& out);
+// Writes a by-reference argument back to where the client's VARIANT points
+// (as for a script when that is a VARIANT); a value passed by value is left alone.
+HRESULT WriteBack(brevant_variant& value, const char* type_name, const VARIANT& target);
 
 }  // namespace brevant::com
