@@ -7,6 +7,7 @@ Set mpsse = CreateObject("Brevant.clsFTDIMPSSE")
 mpsse.Initialize 0
 mpsse.SetClockDivisor mpsse.ClockDivisorFromFrequency(1000000)
 Set pins = mpsse.MPSSEPortIO
+If Not (pins Is mpsse.MPSSEPortIO) Then Fail "the port model is not one object"
 pins.MPSSEPortOutput = eftTMSCS
 id(0) = &H9F
 pins.MPSSESignalOutput(eftTMSCS) = 0
