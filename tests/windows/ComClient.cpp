@@ -4,6 +4,7 @@
 // with another lower bound, and the unload rule.
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -52,8 +53,8 @@ const GUID IID__Process = Id(L"{8BFCEE81-BF12-490E-A444-746758266D1C}");
 
 int failures = 0;
 
-void Check(bool ok, const char* what) {
-  std::printf("%s %s\n", ok ? "ok  " : "FAIL", what);
+void Check(bool ok, const std::string& what) {
+  std::printf("%s %s\n", ok ? "ok  " : "FAIL", what.c_str());
   if (!ok) ++failures;
 }
 
@@ -306,6 +307,132 @@ void Creation() {
   Check(major == 1 && minor == 0 && revision == 10, "Process 1.0.10 through the vtable");
 }
 
+// The version resource: the numbers and every text of the version block.
+void Version() {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(GetModuleHandleW(L"Brevant.dll"), path, MAX_PATH);
+  std::vector<char> block(GetFileVersionInfoSizeW(path, nullptr));
+  if (block.empty() ||
+      !GetFileVersionInfoW(path, 0, static_cast<DWORD>(block.size()), block.data())) {
+    return Check(false, "Brevant.dll has a version resource");
+  }
+  VS_FIXEDFILEINFO* fixed = nullptr;
+  UINT size = 0;
+  VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&fixed), &size);
+  Check(fixed && fixed->dwFileVersionMS == 0x00010000 && fixed->dwFileVersionLS == 0x0000000A &&
+            fixed->dwProductVersionMS == 0x00010000 && fixed->dwProductVersionLS == 0x0000000A,
+        "file and product version 1.0.0.10");
+  const struct {
+    const wchar_t* item;
+    const wchar_t* text;
+  } items[] = {{L"FileVersion", L"1.00.0010"},           {L"ProductVersion", L"1.00.0010"},
+               {L"ProductName", L"FTDI Device Library"}, {L"InternalName", L"Brevant"},
+               {L"OriginalFilename", L"Brevant.dll"},    {L"OLESelfRegister", L""}};
+  for (const auto& [item, text] : items) {
+    wchar_t* value = nullptr;
+    const std::wstring key = std::wstring(L"\\StringFileInfo\\040904B0\\") + item;
+    const bool found =
+        VerQueryValueW(block.data(), key.c_str(), reinterpret_cast<void**>(&value), &size);
+    Check(found && value && std::wstring(value) == text,
+          "version item " + std::string(item, item + wcslen(item)));
+  }
+}
+
+// Every member of every creatable class called through Invoke with odd
+// arguments: each call must come back with a status, never bring the host
+// down. The members come from the object's own type information.
+void OddArguments() {
+  const wchar_t* classes[] = {
+      L"{7F6DCBA9-B5FB-4229-BB5E-1D10961D6AD1}", L"{B3D6BD5A-97FB-431F-9842-158968A6D90B}",
+      L"{ECFE44F5-011C-4D87-A734-C00D71F014AB}", L"{466C7478-A2FD-4E81-BB6B-DA1B77B6FE72}",
+      L"{260ADB86-AD2C-440C-8274-399001AA91C8}", L"{4271C340-2343-40E2-9D1D-06A576EDCD98}"};
+  SAFEARRAYBOUND square[2] = {{2, 0}, {2, 0}};
+  SAFEARRAYBOUND one{2, 5};
+  int calls = 0;
+  for (int kind = 0; kind < 9; ++kind) {
+    for (const wchar_t* id : classes) {
+      IDispatch* object = nullptr;
+      CoCreateInstance(Id(id), nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                       reinterpret_cast<void**>(&object));
+      ITypeInfo* type = nullptr;
+      TYPEATTR* attributes = nullptr;
+      if (!object || FAILED(object->GetTypeInfo(0, 0, &type)) ||
+          FAILED(type->GetTypeAttr(&attributes))) {
+        return Check(false, "type information of every creatable class");
+      }
+      for (UINT f = 0; f < attributes->cFuncs; ++f) {
+        FUNCDESC* function = nullptr;
+        type->GetFuncDesc(f, &function);
+        BSTR name = nullptr;
+        type->GetDocumentation(function->memid, &name, nullptr, nullptr, nullptr);
+        // Members of our own only, and no dialog: it would wait for a person.
+        const bool skip = (function->memid & 0xF7FF0000) != 0x60030000 ||
+                          Narrow(name).rfind("DialogSelect", 0) == 0;
+        SysFreeString(name);
+        if (skip) {
+          type->ReleaseFuncDesc(function);
+          continue;
+        }
+        std::vector<VARIANT> args(function->cParams);
+        VARIANT target;
+        VariantInit(&target);
+        for (VARIANT& arg : args) {
+          VariantInit(&arg);
+          switch (kind) {
+            case 1:
+              V_VT(&arg) = VT_NULL;
+              break;
+            case 2:
+              V_VT(&arg) = VT_I4, V_I4(&arg) = 0x7FFFFFFF;
+              break;
+            case 3:
+              V_VT(&arg) = VT_BSTR, V_BSTR(&arg) = SysAllocString(L"x");
+              break;
+            case 4:
+              V_VT(&arg) = VT_DISPATCH, V_DISPATCH(&arg) = object, object->AddRef();
+              break;
+            case 5:
+              V_VT(&arg) = VT_ARRAY | VT_UI1, V_ARRAY(&arg) = SafeArrayCreate(VT_UI1, 2, square);
+              break;
+            case 6:
+              V_VT(&arg) = VT_ARRAY | VT_BSTR, V_ARRAY(&arg) = SafeArrayCreate(VT_BSTR, 1, &one);
+              break;
+            case 7:
+              V_VT(&arg) = VT_ERROR, V_ERROR(&arg) = DISP_E_PARAMNOTFOUND;
+              break;
+            case 8:
+              V_VT(&arg) = VT_BYREF | VT_VARIANT, V_VARIANTREF(&arg) = &target;
+              break;
+          }
+        }
+        std::reverse(args.begin(), args.end());
+        DISPID put = DISPID_PROPERTYPUT;
+        const bool writes = function->invkind & (INVOKE_PROPERTYPUT | INVOKE_PROPERTYPUTREF);
+        DISPPARAMS params{args.data(), writes ? &put : nullptr, static_cast<UINT>(args.size()),
+                          writes ? 1u : 0u};
+        EXCEPINFO info{};
+        UINT bad = 0;
+        VARIANT result;
+        VariantInit(&result);
+        object->Invoke(function->memid, IID_NULL, 0, static_cast<WORD>(function->invkind), &params,
+                       &result, &info, &bad);
+        ++calls;
+        VariantClear(&result);
+        VariantClear(&target);
+        SysFreeString(info.bstrSource);
+        SysFreeString(info.bstrDescription);
+        for (VARIANT& arg : args) VariantClear(&arg);
+        type->ReleaseFuncDesc(function);
+      }
+      type->ReleaseTypeAttr(attributes);
+      type->Release();
+      object->Release();
+    }
+  }
+  Check(calls > 900,
+        "odd arguments to every member: " + std::to_string(calls) + " calls, no crash");
+}
+
 void Unload() {
   CoFreeUnusedLibraries();
   HMODULE module = GetModuleHandleW(L"Brevant.dll");
@@ -324,6 +451,8 @@ int main() {
   EarlyBound();
   LateBound();
   Records();
+  Version();
+  OddArguments();
   Unload();
   CoUninitialize();
   std::printf("%s: %d failure(s)\n", failures ? "FAIL" : "com client", failures);
