@@ -38,3 +38,40 @@ add_library(brevant_component STATIC ${BREVANT_COMPONENT_SOURCES})
 target_compile_definitions(brevant_component PUBLIC BREVANT_BUILDING)
 target_include_directories(brevant_component PUBLIC include src drivers ${CMAKE_BINARY_DIR}/generated)
 target_link_libraries(brevant_component PUBLIC brevant brevant_virtual)
+
+# The type library: widl compiles the committed Brevant.idl (brevant-idl writes
+# it from the binding tables in the Linux build) into Brevant.tlb, which the
+# server's resources embed as TYPELIB 1.
+set(BREVANT_TYPELIB ${CMAKE_BINARY_DIR}/Brevant.tlb)
+set(BREVANT_IDL_FILE ${PROJECT_SOURCE_DIR}/src/component/windows/Brevant.idl)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(BREVANT_WIDL_TARGET --win64)
+else()
+  set(BREVANT_WIDL_TARGET --win32)
+endif()
+add_custom_command(OUTPUT ${BREVANT_TYPELIB}
+  COMMAND ${BREVANT_MINGW}-widl ${BREVANT_WIDL_TARGET} -I/usr/include/wine/wine/windows
+          -L/usr/lib/x86_64-linux-gnu/wine/x86_64-windows -t -o ${BREVANT_TYPELIB} ${BREVANT_IDL_FILE}
+  DEPENDS ${BREVANT_IDL_FILE}
+  VERBATIM)
+add_custom_target(brevant_typelib ALL DEPENDS ${BREVANT_TYPELIB})
+
+# Tests run under Wine, in a prefix of the build tree that the WinePrefix
+# fixture creates once; a Wine test names it in FIXTURES_REQUIRED.
+if(BREVANT_TESTS)
+  enable_testing()
+  set(BREVANT_WINE /usr/lib/wine/wine64)
+  set(BREVANT_WINE_ENVIRONMENT WINEDEBUG=-all WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix)
+  add_test(NAME WinePrefix COMMAND ${BREVANT_WINE} wineboot -i)
+  set_tests_properties(WinePrefix PROPERTIES FIXTURES_SETUP WinePrefix
+    ENVIRONMENT "${BREVANT_WINE_ENVIRONMENT}")
+
+  # TypeLibCheck reads the type library back and compares it with the tables.
+  add_executable(TypeLibCheck tests/windows/TypeLibCheck.cpp)
+  target_link_options(TypeLibCheck PRIVATE -municode)
+  target_link_libraries(TypeLibCheck PRIVATE brevant_component ole32 oleaut32 uuid)
+  add_dependencies(TypeLibCheck brevant_typelib)
+  add_test(NAME TypeLibCheck COMMAND ${BREVANT_WINE} $<TARGET_FILE:TypeLibCheck> ${BREVANT_TYPELIB})
+  set_tests_properties(TypeLibCheck PROPERTIES FIXTURES_REQUIRED WinePrefix
+    ENVIRONMENT "${BREVANT_WINE_ENVIRONMENT}")
+endif()
