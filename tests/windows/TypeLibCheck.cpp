@@ -210,7 +210,8 @@ int CheckClass(ITypeLib* library, int32_t index) {
   }
   HREFTYPE partner = 0;
   if (!Find(library, c.interface_name, Text(c.iid), dispatch)) return 0;
-  dispatch.Expect(c.interface_name, TKIND_DISPATCH, version, 0);
+  dispatch.Expect(c.interface_name, TKIND_DISPATCH, version,
+                  TYPEFLAG_FHIDDEN | TYPEFLAG_FDUAL | TYPEFLAG_FNONEXTENSIBLE);
   if (FAILED(dispatch.info->GetRefTypeOfImplType(-1, &partner)) ||
       FAILED(dispatch.info->GetRefTypeInfo(partner, &vtable.info))) {
     Expect(c.interface_name, "a dual interface", "no vtable partner");
