@@ -71,7 +71,7 @@ if(BREVANT_TESTS)
   target_link_options(TypeLibCheck PRIVATE -municode)
   target_link_libraries(TypeLibCheck PRIVATE brevant_component ole32 oleaut32 uuid)
   add_dependencies(TypeLibCheck brevant_typelib)
-  add_test(NAME TypeLibCheck COMMAND ${BREVANT_WINE} $<TARGET_FILE:TypeLibCheck> ${BREVANT_TYPELIB})
+  add_test(NAME TypeLibCheck COMMAND ${BREVANT_WINE} $<TARGET_FILE:TypeLibCheck> $<TARGET_FILE:Brevant>)
   set_tests_properties(TypeLibCheck PROPERTIES FIXTURES_REQUIRED WinePrefix
     ENVIRONMENT "${BREVANT_WINE_ENVIRONMENT}")
 endif()
