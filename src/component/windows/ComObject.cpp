@@ -401,12 +401,14 @@ HRESULT ComObject::Invoke(DISPID id, WORD flags, DISPPARAMS* params, VARIANT* re
   if (!put && (flags & DISPATCH_METHOD)) slot = FindSlot(id, BREVANT_METHOD);
   if (!put && slot < 0 && (flags & DISPATCH_PROPERTYGET)) slot = FindSlot(id, BREVANT_GET);
   if (slot < 0) return DISP_E_MEMBERNOTFOUND;
+  if ((params->cArgs && !params->rgvarg) || (params->cNamedArgs && !params->rgdispidNamedArgs)) {
+    return E_POINTER;
+  }
   // Only a property write names its value; other named arguments are refused.
   if (params->cNamedArgs > (put ? 1u : 0u) ||
       (put && (params->cNamedArgs != 1 || params->rgdispidNamedArgs[0] != DISPID_PROPERTYPUT))) {
     return DISP_E_NONAMEDARGS;
   }
-  if (params->cArgs && !params->rgvarg) return E_POINTER;
   // The arguments arrive last first; the value of a write comes first of all.
   std::vector<VARIANT*> ordered;
   const UINT count = params->cArgs;
