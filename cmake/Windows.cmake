@@ -24,6 +24,8 @@ list(FILTER BREVANT_SOURCES EXCLUDE REGEX "/src/(dialogs/qt|component)/")
 add_library(brevant STATIC ${BREVANT_SOURCES} drivers/DriverFactory.cpp)
 target_include_directories(brevant PUBLIC include ${CMAKE_BINARY_DIR}/generated PRIVATE src drivers)
 target_link_libraries(brevant PRIVATE brevant_virtual)
+# The selection dialogs' native view (src/dialogs/win32/) and ErrorBox's message box.
+target_link_libraries(brevant PUBLIC comctl32 user32 gdi32)
 
 # FTD2XX.DLL: the vendor driver's functions on the virtual bench.
 add_library(ftd2xx_virtual SHARED drivers/virtual-d2xx/VirtualD2xx.cpp)
@@ -50,3 +52,16 @@ set_target_properties(Brevant PROPERTIES PREFIX "" OUTPUT_NAME Brevant)
 target_link_libraries(Brevant PRIVATE brevant_component ole32 oleaut32 uuid advapi32)
 set_source_files_properties(${CMAKE_BINARY_DIR}/Brevant.rc PROPERTIES OBJECT_DEPENDS ${BREVANT_TYPELIB})
 add_dependencies(Brevant brevant_typelib)
+
+# DialogsCheck: the native selection dialogs and ErrorBox, driven without a
+# person under Wine on a virtual X display. Skipped where xvfb-run is missing.
+# The Wine prefix is made on the first run; Mono and Gecko are not wanted.
+enable_testing()
+add_executable(DialogsCheck tests/windows/DialogsCheck.cpp)
+target_include_directories(DialogsCheck PRIVATE src)
+target_link_libraries(DialogsCheck PRIVATE brevant brevant_virtual)
+add_test(NAME DialogsCheck
+         COMMAND sh -c "command -v xvfb-run >/dev/null || exit 77; exec xvfb-run -a /usr/lib/wine/wine64 \"$0\" \"Z:$1\""
+                 $<TARGET_FILE:DialogsCheck> ${CMAKE_BINARY_DIR})
+set_tests_properties(DialogsCheck PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 300
+  ENVIRONMENT "WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix;WINEDEBUG=-all;WINEDLLOVERRIDES=mscoree,mshtml=")
