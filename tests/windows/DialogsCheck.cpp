@@ -49,6 +49,21 @@ void Key(HWND list, WPARAM key) {
   PostMessageW(list, WM_KEYUP, key, 0xC0000001);
 }
 
+// Releases F5 with Shift held as the dialog's thread sees it: attached threads
+// share their key state.
+void ShiftF5(HWND list) {
+  const DWORD dialogThread = GetWindowThreadProcessId(list, nullptr);
+  AttachThreadInput(GetCurrentThreadId(), dialogThread, TRUE);
+  BYTE keys[256] = {};
+  GetKeyboardState(keys);
+  keys[VK_SHIFT] = 0x80;
+  SetKeyboardState(keys);
+  SendMessageW(list, WM_KEYUP, VK_F5, 0xC0000001);
+  keys[VK_SHIFT] = 0;
+  SetKeyboardState(keys);
+  AttachThreadInput(GetCurrentThreadId(), dialogThread, FALSE);
+}
+
 // What a click on the row does to the list: it becomes the focused, selected row.
 void Choose(HWND list, int row) {
   LVITEMW item{};
@@ -111,10 +126,18 @@ int32_t Raised(const std::function<void()>& call, std::string& description) {
   return 0;
 }
 
-// Runs `call` while `user` acts on the window called `caption`.
+// Runs `call` while `user` acts on the window called `caption`. A window that
+// the user's doing should have closed is closed after five seconds, as a failure.
 void WithUser(const wchar_t* caption, const std::function<void(HWND)>& user,
               const std::function<void()>& call) {
-  std::thread person([&] { user(WaitFor(caption)); });
+  std::thread person([&] {
+    HWND window = WaitFor(caption);
+    user(window);
+    for (int tries = 0; tries < 250 && IsWindowVisible(window); ++tries) Sleep(20);
+    if (!IsWindowVisible(window)) return;
+    Expect(false, "the window stayed open");
+    PostMessageW(window, WM_CLOSE, 0, 0);
+  });
   call();
   person.join();
 }
@@ -253,6 +276,16 @@ const Check kChecks[] = {
              Key(ListOf(d), VK_RETURN);
            },
            0, "x");
+     }},
+    {"Shift+F5 does nothing",
+     [] {
+       DeviceDialog(
+           [](HWND d) {
+             Choose(ListOf(d), 3);
+             ShiftF5(ListOf(d));
+             Key(ListOf(d), VK_RETURN);
+           },
+           3, "x");
      }},
     {"resizing keeps Refresh at the list's right edge and the buttons at the bottom",
      [] {

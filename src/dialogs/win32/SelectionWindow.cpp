@@ -265,7 +265,7 @@ LRESULT SelectionWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_COMMAND:
       if (HIWORD(wParam) != BN_CLICKED) break;
-      // The dialog manager presses OK for Enter even when it is disabled.
+      // OK acts only while enabled, whoever sends its command.
       if (LOWORD(wParam) == IDOK && IsWindowEnabled(Control(DialogControl::kOK))) {
         events_.OKClick();
       } else if (LOWORD(wParam) == IDCANCEL) {
