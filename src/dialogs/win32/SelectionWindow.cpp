@@ -103,6 +103,9 @@ SelectionWindow::~SelectionWindow() {
   SetMousePointer(kPointerDefault);
   SetMessageBoxPresenter(std::move(previousPresenter_));
   EnableOthers();
+  // The form is being unloaded: what its controls report while they go is not
+  // passed on.
+  SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
   DestroyWindow(window_);
   DeleteObject(font_);
   DeleteObject(boldFont_);
@@ -248,7 +251,7 @@ LRESULT CALLBACK SelectionWindow::WindowProc(HWND window, UINT message, WPARAM w
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creation.lpCreateParams));
   }
   auto* self = reinterpret_cast<SelectionWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-  // Until CreateWindowExW returns, window_ is not yet set.
+  // Until CreateWindowExW returns window_ is not yet set; once unloading, no form.
   if (self == nullptr || self->window_ != window) {
     return DefWindowProcW(window, message, wParam, lParam);
   }
