@@ -77,7 +77,7 @@ fuzz: packages
 # FTD2XX.DLL, cross-built with mingw-w64 and tested under Wine with VBScript
 # and compiled clients. Optional: `make test` runs it when the tools are there.
 WINDOWS_BUILD := build-windows
-WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix mingw-w64-tools wine64-tools wine64
+WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix mingw-w64-tools wine64-tools wine64 xvfb
 MINGW_CXX := x86_64-w64-mingw32-g++-posix
 WINE := /usr/lib/wine/wine64
 

@@ -24,6 +24,8 @@ list(FILTER BREVANT_SOURCES EXCLUDE REGEX "/src/(dialogs/qt|component)/")
 add_library(brevant STATIC ${BREVANT_SOURCES} drivers/DriverFactory.cpp)
 target_include_directories(brevant PUBLIC include ${CMAKE_BINARY_DIR}/generated PRIVATE src drivers)
 target_link_libraries(brevant PRIVATE brevant_virtual)
+# The selection dialogs' native view (src/dialogs/win32/) and ErrorBox's message box.
+target_link_libraries(brevant PUBLIC comctl32 user32 gdi32)
 
 # FTD2XX.DLL: the vendor driver's functions on the virtual bench.
 add_library(ftd2xx_virtual SHARED drivers/virtual-d2xx/VirtualD2xx.cpp)
@@ -61,7 +63,9 @@ add_custom_target(brevant_typelib ALL DEPENDS ${BREVANT_TYPELIB})
 if(BREVANT_TESTS)
   enable_testing()
   set(BREVANT_WINE /usr/lib/wine/wine64)
-  set(BREVANT_WINE_ENVIRONMENT WINEDEBUG=-all WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix)
+  # No Mono or Gecko: a new prefix would otherwise offer to install them.
+  set(BREVANT_WINE_ENVIRONMENT WINEDEBUG=-all WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix
+      WINEDLLOVERRIDES=mscoree,mshtml=)
   add_test(NAME WinePrefix COMMAND ${BREVANT_WINE} wineboot -i)
   set_tests_properties(WinePrefix PROPERTIES FIXTURES_SETUP WinePrefix
     ENVIRONMENT "${BREVANT_WINE_ENVIRONMENT}")
@@ -117,4 +121,19 @@ if(BREVANT_TESTS)
   set_tests_properties(${BREVANT_COM_TESTS} PROPERTIES FIXTURES_REQUIRED "WinePrefix;Registered")
   set_tests_properties(Register ${BREVANT_COM_TESTS} PROPERTIES RESOURCE_LOCK WineRegistry
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR} ENVIRONMENT "${BREVANT_WINE_ENVIRONMENT}")
+endif()
+
+# DialogsCheck: the native selection dialogs and ErrorBox, driven without a
+# person under Wine on a virtual X display. Skipped where xvfb-run is missing.
+# A prefix's Wine server keeps the display it started with, so this test runs
+# alone and waits for the server of the tests before it to end.
+if(BREVANT_TESTS)
+  add_executable(DialogsCheck tests/windows/DialogsCheck.cpp)
+  target_include_directories(DialogsCheck PRIVATE src)
+  target_link_libraries(DialogsCheck PRIVATE brevant brevant_virtual)
+  add_test(NAME DialogsCheck
+           COMMAND sh -c "command -v xvfb-run >/dev/null || exit 77; /usr/lib/wine/wineserver -w; exec xvfb-run -a \"$0\" \"$1\" \"Z:$2\""
+                   ${BREVANT_WINE} $<TARGET_FILE:DialogsCheck> ${CMAKE_BINARY_DIR})
+  set_tests_properties(DialogsCheck PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 300 RUN_SERIAL ON
+    FIXTURES_REQUIRED WinePrefix ENVIRONMENT "${BREVANT_WINE_ENVIRONMENT}")
 endif()
