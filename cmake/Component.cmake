@@ -40,12 +40,21 @@ install(FILES ${CMAKE_BINARY_DIR}/BrevantConfig.cmake ${CMAKE_BINARY_DIR}/Brevan
 configure_file(cmake/brevant.pc.in ${CMAKE_BINARY_DIR}/brevant.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/brevant.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+# brevant-idl prints the type library's IDL from the C ABI's type information.
+add_executable(brevant-idl tools/idl/main.cpp)
+target_link_libraries(brevant-idl PRIVATE brevant_shared)
+
 if(BREVANT_TESTS)
   add_executable(brevant-c-client tests/component/CClient.c)
   set_target_properties(brevant-c-client PROPERTIES C_STANDARD 99 C_STANDARD_REQUIRED ON)
   target_link_libraries(brevant-c-client PRIVATE brevant_shared)
   add_test(NAME CClient COMMAND brevant-c-client)
   set_tests_properties(CClient PROPERTIES ENVIRONMENT BREVANT_DRIVER=virtual)
+  # The committed IDL, which the Windows build compiles, must match the tables.
+  set(BREVANT_IDL ${PROJECT_SOURCE_DIR}/src/component/windows/Brevant.idl)
+  add_test(NAME IdlUpToDate COMMAND sh -c "\"$1\" | diff -u \"$2\" - || \
+{ echo \"Brevant.idl is stale: build/brevant-idl > src/component/windows/Brevant.idl\"; exit 1; }"
+    sh $<TARGET_FILE:brevant-idl> ${BREVANT_IDL})
   add_test(NAME SharedLibraryExports
     COMMAND sh ${PROJECT_SOURCE_DIR}/tests/component/exports.sh $<TARGET_FILE:brevant_shared>)
   # Debian's python3, which has python3-pytest, before any other on the path.

@@ -5,7 +5,9 @@
 #include "brevant/Error.h"
 #include "d2xx/D2xxDriver.h"
 #include "gateway/Driver.h"
+#ifndef _WIN32
 #include "libftdi/LibftdiDriver.h"
+#endif
 #include "virtual/Bench.h"
 #include "virtual/BenchFile.h"
 #include "virtual/VirtualDriver.h"
@@ -14,11 +16,26 @@ namespace brevant {
 
 namespace {
 
-// The vendor's library: the dynamic linker's search finds it where the vendor's
+// The vendor's library: the loader's search finds it where the vendor's
 // installer puts it; BREVANT_D2XX_LIBRARY names another file.
+#ifdef _WIN32
+constexpr const char* kVendorLibrary = "FTD2XX.DLL";
+#else
+constexpr const char* kVendorLibrary = "libftd2xx.so";
+#endif
+
 std::shared_ptr<Ftd2xx> MakeD2xx() {
   const char* path = std::getenv("BREVANT_D2XX_LIBRARY");
-  return std::make_shared<D2xxDriver>(path && *path ? path : "libftd2xx.so");
+  return std::make_shared<D2xxDriver>(path && *path ? path : kVendorLibrary);
+}
+
+// libftdi is a Linux backend; on Windows the vendor's library is the driver.
+std::shared_ptr<Ftd2xx> MakeLibftdi() {
+#ifdef _WIN32
+  throw Error(kErrDriverChoice, kDriverSource, "The libftdi driver is not built on Windows");
+#else
+  return std::make_shared<LibftdiDriver>();
+#endif
 }
 
 }  // namespace
@@ -27,14 +44,18 @@ std::shared_ptr<Ftd2xx> MakeD2xx() {
 // machine without the vendor's installer still reaches its chips.
 std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
   if (choice.empty()) {
+#ifdef _WIN32
+    return MakeD2xx();
+#else
     try {
       return MakeD2xx();
     } catch (const Error&) {
-      return std::make_shared<LibftdiDriver>();
+      return MakeLibftdi();
     }
+#endif
   }
   if (choice == "d2xx") return MakeD2xx();
-  if (choice == "libftdi") return std::make_shared<LibftdiDriver>();
+  if (choice == "libftdi") return MakeLibftdi();
   if (choice == "virtual") {
     return std::make_shared<virt::VirtualDriver>(virt::MakeDefaultBench());
   }

@@ -1,6 +1,10 @@
 #include "d2xx/D2xxDriver.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <dlfcn.h>
+#endif
 
 #include "brevant/Error.h"
 #include "gateway/Driver.h"
@@ -9,10 +13,39 @@ namespace brevant {
 
 namespace {
 
+// The platform's loader: LoadLibrary on Windows, the dynamic linker elsewhere.
+#ifdef _WIN32
+void* OpenLibrary(const std::string& path) {
+  return LoadLibraryA(path.c_str());
+}
+void* FindSymbol(void* library, const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+void CloseLibrary(void* library) {
+  FreeLibrary(static_cast<HMODULE>(library));
+}
+std::string LoadError() {
+  return "Windows error " + std::to_string(GetLastError());
+}
+#else
+void* OpenLibrary(const std::string& path) {
+  return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+void* FindSymbol(void* library, const char* name) {
+  return dlsym(library, name);
+}
+void CloseLibrary(void* library) {
+  dlclose(library);
+}
+std::string LoadError() {
+  return dlerror();
+}
+#endif
+
 // Resolves `name` in `library` into `slot`, or names what is missing.
 template <class Fn>
 void Resolve(void* library, const std::string& path, const char* name, Fn& slot) {
-  void* symbol = dlsym(library, name);
+  void* symbol = FindSymbol(library, name);
   if (symbol == nullptr) {
     throw Error(kErrDriverChoice, kDriverSource,
                 "The driver library " + path + " has no function " + name);
@@ -22,11 +55,10 @@ void Resolve(void* library, const std::string& path, const char* name, Fn& slot)
 
 }  // namespace
 
-D2xxDriver::D2xxDriver(const std::string& library)
-    : library_(dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL)), fn_{} {
+D2xxDriver::D2xxDriver(const std::string& library) : library_(OpenLibrary(library)), fn_{} {
   if (library_ == nullptr) {
     throw Error(kErrDriverChoice, kDriverSource,
-                "Cannot load the driver library " + library + ": " + dlerror());
+                "Cannot load the driver library " + library + ": " + LoadError());
   }
   try {
     Resolve(library_, library, "FT_ListDevices", fn_.listDevices);
@@ -48,13 +80,13 @@ D2xxDriver::D2xxDriver(const std::string& library)
     Resolve(library_, library, "FT_GetBitMode", fn_.getBitMode);
     Resolve(library_, library, "FT_SetBitMode", fn_.setBitMode);
   } catch (...) {
-    dlclose(library_);
+    CloseLibrary(library_);
     throw;
   }
 }
 
 D2xxDriver::~D2xxDriver() {
-  dlclose(library_);
+  CloseLibrary(library_);
 }
 
 FtStatus D2xxDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {

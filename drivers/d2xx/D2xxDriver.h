@@ -11,6 +11,13 @@
 
 #include "gateway/Ftd2xx.h"
 
+// The vendor's functions use the platform's API calling convention.
+#ifdef _WIN32
+#define BREVANT_D2XX_CALL __stdcall
+#else
+#define BREVANT_D2XX_CALL
+#endif
+
 namespace brevant {
 
 class D2xxDriver : public Ftd2xx {
@@ -48,24 +55,24 @@ class D2xxDriver : public Ftd2xx {
  private:
   // The library's C functions, as it exports them.
   struct Functions {
-    FtStatus (*listDevices)(void*, void*, uint32_t);
-    FtStatus (*open)(int, FtHandle*);
-    FtStatus (*close)(FtHandle);
-    FtStatus (*resetDevice)(FtHandle);
-    FtStatus (*resetPort)(FtHandle);
-    FtStatus (*cyclePort)(FtHandle);
-    FtStatus (*setTimeouts)(FtHandle, uint32_t, uint32_t);
-    FtStatus (*getDeviceInfo)(FtHandle, uint32_t*, uint32_t*, char*, char*, void*);
-    FtStatus (*getStatus)(FtHandle, uint32_t*, uint32_t*, uint32_t*);
-    FtStatus (*getQueueStatus)(FtHandle, uint32_t*);
-    FtStatus (*purge)(FtHandle, uint32_t);
-    FtStatus (*write)(FtHandle, const void*, uint32_t, uint32_t*);
-    FtStatus (*read)(FtHandle, void*, uint32_t, uint32_t*);
-    FtStatus (*setBaudRate)(FtHandle, uint32_t);
-    FtStatus (*getLatencyTimer)(FtHandle, uint8_t*);
-    FtStatus (*setLatencyTimer)(FtHandle, uint8_t);
-    FtStatus (*getBitMode)(FtHandle, uint8_t*);
-    FtStatus (*setBitMode)(FtHandle, uint8_t, uint8_t);
+    FtStatus(BREVANT_D2XX_CALL* listDevices)(void*, void*, uint32_t);
+    FtStatus(BREVANT_D2XX_CALL* open)(int, FtHandle*);
+    FtStatus(BREVANT_D2XX_CALL* close)(FtHandle);
+    FtStatus(BREVANT_D2XX_CALL* resetDevice)(FtHandle);
+    FtStatus(BREVANT_D2XX_CALL* resetPort)(FtHandle);
+    FtStatus(BREVANT_D2XX_CALL* cyclePort)(FtHandle);
+    FtStatus(BREVANT_D2XX_CALL* setTimeouts)(FtHandle, uint32_t, uint32_t);
+    FtStatus(BREVANT_D2XX_CALL* getDeviceInfo)(FtHandle, uint32_t*, uint32_t*, char*, char*, void*);
+    FtStatus(BREVANT_D2XX_CALL* getStatus)(FtHandle, uint32_t*, uint32_t*, uint32_t*);
+    FtStatus(BREVANT_D2XX_CALL* getQueueStatus)(FtHandle, uint32_t*);
+    FtStatus(BREVANT_D2XX_CALL* purge)(FtHandle, uint32_t);
+    FtStatus(BREVANT_D2XX_CALL* write)(FtHandle, const void*, uint32_t, uint32_t*);
+    FtStatus(BREVANT_D2XX_CALL* read)(FtHandle, void*, uint32_t, uint32_t*);
+    FtStatus(BREVANT_D2XX_CALL* setBaudRate)(FtHandle, uint32_t);
+    FtStatus(BREVANT_D2XX_CALL* getLatencyTimer)(FtHandle, uint8_t*);
+    FtStatus(BREVANT_D2XX_CALL* setLatencyTimer)(FtHandle, uint8_t);
+    FtStatus(BREVANT_D2XX_CALL* getBitMode)(FtHandle, uint8_t*);
+    FtStatus(BREVANT_D2XX_CALL* setBitMode)(FtHandle, uint8_t, uint8_t);
   };
 
   void* library_;

@@ -14,7 +14,13 @@
 #include "virtual/BenchFile.h"
 #include "virtual/VirtualDriver.h"
 
+#ifdef _WIN32
+#define EXPORT extern "C" __declspec(dllexport)
+#define CALL __stdcall
+#else
 #define EXPORT extern "C" __attribute__((visibility("default")))
+#define CALL
+#endif
 
 namespace {
 
@@ -56,60 +62,60 @@ EXPORT void BrevantVirtualD2xxUseBench(void* bench) {
   driver = std::make_shared<VirtualDriver>(*static_cast<std::shared_ptr<Bench>*>(bench));
 }
 
-EXPORT FtStatus FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
+EXPORT FtStatus CALL FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   return Driver().FT_ListDevices(arg1, arg2, flags);
 }
-EXPORT FtStatus FT_Open(int index, FtHandle* handle) {
+EXPORT FtStatus CALL FT_Open(int index, FtHandle* handle) {
   return Driver().FT_Open(index, handle);
 }
-EXPORT FtStatus FT_Close(FtHandle handle) {
+EXPORT FtStatus CALL FT_Close(FtHandle handle) {
   return Driver().FT_Close(handle);
 }
-EXPORT FtStatus FT_ResetDevice(FtHandle handle) {
+EXPORT FtStatus CALL FT_ResetDevice(FtHandle handle) {
   return Driver().FT_ResetDevice(handle);
 }
-EXPORT FtStatus FT_ResetPort(FtHandle handle) {
+EXPORT FtStatus CALL FT_ResetPort(FtHandle handle) {
   return Driver().FT_ResetPort(handle);
 }
-EXPORT FtStatus FT_CyclePort(FtHandle handle) {
+EXPORT FtStatus CALL FT_CyclePort(FtHandle handle) {
   return Driver().FT_CyclePort(handle);
 }
-EXPORT FtStatus FT_SetTimeouts(FtHandle handle, uint32_t readTimeout, uint32_t writeTimeout) {
+EXPORT FtStatus CALL FT_SetTimeouts(FtHandle handle, uint32_t readTimeout, uint32_t writeTimeout) {
   return Driver().FT_SetTimeouts(handle, readTimeout, writeTimeout);
 }
-EXPORT FtStatus FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32_t* id, char* serialNumber,
-                                 char* description, void* reserved) {
+EXPORT FtStatus CALL FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32_t* id,
+                                      char* serialNumber, char* description, void* reserved) {
   return Driver().FT_GetDeviceInfo(handle, type, id, serialNumber, description, reserved);
 }
-EXPORT FtStatus FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_t* txBytes,
-                             uint32_t* eventStatus) {
+EXPORT FtStatus CALL FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_t* txBytes,
+                                  uint32_t* eventStatus) {
   return Driver().FT_GetStatus(handle, rxBytes, txBytes, eventStatus);
 }
-EXPORT FtStatus FT_GetQueueStatus(FtHandle handle, uint32_t* rxBytes) {
+EXPORT FtStatus CALL FT_GetQueueStatus(FtHandle handle, uint32_t* rxBytes) {
   return Driver().FT_GetQueueStatus(handle, rxBytes);
 }
-EXPORT FtStatus FT_Purge(FtHandle handle, uint32_t mask) {
+EXPORT FtStatus CALL FT_Purge(FtHandle handle, uint32_t mask) {
   return Driver().FT_Purge(handle, mask);
 }
 // The vendor declares the buffer without const; the call is the same.
-EXPORT FtStatus FT_Write(FtHandle handle, void* buffer, uint32_t count, uint32_t* written) {
+EXPORT FtStatus CALL FT_Write(FtHandle handle, void* buffer, uint32_t count, uint32_t* written) {
   return Driver().FT_Write(handle, buffer, count, written);
 }
-EXPORT FtStatus FT_Read(FtHandle handle, void* buffer, uint32_t count, uint32_t* read) {
+EXPORT FtStatus CALL FT_Read(FtHandle handle, void* buffer, uint32_t count, uint32_t* read) {
   return Driver().FT_Read(handle, buffer, count, read);
 }
-EXPORT FtStatus FT_SetBaudRate(FtHandle handle, uint32_t baudRate) {
+EXPORT FtStatus CALL FT_SetBaudRate(FtHandle handle, uint32_t baudRate) {
   return Driver().FT_SetBaudRate(handle, baudRate);
 }
-EXPORT FtStatus FT_GetLatencyTimer(FtHandle handle, uint8_t* timer) {
+EXPORT FtStatus CALL FT_GetLatencyTimer(FtHandle handle, uint8_t* timer) {
   return Driver().FT_GetLatencyTimer(handle, timer);
 }
-EXPORT FtStatus FT_SetLatencyTimer(FtHandle handle, uint8_t timer) {
+EXPORT FtStatus CALL FT_SetLatencyTimer(FtHandle handle, uint8_t timer) {
   return Driver().FT_SetLatencyTimer(handle, timer);
 }
-EXPORT FtStatus FT_GetBitMode(FtHandle handle, uint8_t* pins) {
+EXPORT FtStatus CALL FT_GetBitMode(FtHandle handle, uint8_t* pins) {
   return Driver().FT_GetBitMode(handle, pins);
 }
-EXPORT FtStatus FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) {
+EXPORT FtStatus CALL FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) {
   return Driver().FT_SetBitMode(handle, mask, mode);
 }

@@ -24,7 +24,7 @@
 
 #include <stdint.h>
 
-#if defined(BREVANT_BUILDING)
+#if defined(BREVANT_BUILDING) && !defined(_WIN32)
 #define BREVANT_API __attribute__((visibility("default")))
 #else
 #define BREVANT_API
@@ -243,6 +243,9 @@ typedef struct brevant_version_block {
 
 BREVANT_API extern const brevant_version_block brevant_version;
 
+/* On Windows the entry points are those of a COM in-process server, with the
+ * platform's own signatures. */
+#ifndef _WIN32
 /* The in-process server's entry points. Registration writes and removes a file
  * ($BREVANT_REGISTRY, else $XDG_DATA_HOME/brevant/registry.json, else
  * ~/.local/share/brevant/registry.json). */
@@ -255,6 +258,7 @@ BREVANT_API int32_t DllGetClassObject(const brevant_guid* class_id, const brevan
 BREVANT_API int32_t DllCanUnloadNow(void);
 /* The factory's one member: a new object, its reference counted once. */
 BREVANT_API int32_t brevant_factory_create(brevant_object factory, brevant_object* out);
+#endif
 
 #ifdef __cplusplus
 }

@@ -4,6 +4,8 @@
 
 #ifdef BREVANT_QT
 #include "dialogs/qt/QtDialogFactory.h"
+#elif defined(_WIN32)
+#include "dialogs/win32/Win32DialogFactory.h"
 #endif
 
 namespace brevant {
@@ -13,6 +15,8 @@ namespace {
 std::unique_ptr<DialogWindow> BuiltInWindow(const DialogDesign& design, DialogEvents& events) {
 #ifdef BREVANT_QT
   return MakeQtDialogWindow(design, events);
+#elif defined(_WIN32)
+  return MakeWin32DialogWindow(design, events);
 #else
   (void)design;
   (void)events;

@@ -1,7 +1,8 @@
 // Where the selection dialogs get their windows from.
 //
-// The library's own view is Qt Widgets when it is built in; without it every
-// dialog raises errDialogsNotBuilt. Tests put a fake window system in place.
+// The library's own view is Qt Widgets when it is built in, native controls on
+// Windows; without either every dialog raises errDialogsNotBuilt. Tests put a fake window system in
+// place.
 #pragma once
 
 #include <functional>

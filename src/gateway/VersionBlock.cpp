@@ -4,9 +4,16 @@
 #include "brevant/Version.h"
 #include "brevant/brevant.h"
 
+// On Windows the same items make the file's version resource instead.
+#ifdef __ELF__
+#define BREVANT_VERSION_SECTION __attribute__((section(".brevant_version"), used))
+#else
+#define BREVANT_VERSION_SECTION
+#endif
+
 extern "C" {
 
-__attribute__((section(".brevant_version"), used)) const brevant_version_block brevant_version{
+BREVANT_VERSION_SECTION const brevant_version_block brevant_version{
     .file_version = {brevant::version::kMajor, brevant::version::kMinor, brevant::version::kPatch,
                      brevant::version::kRevision},
     .product_version = {brevant::version::kMajor, brevant::version::kMinor,
