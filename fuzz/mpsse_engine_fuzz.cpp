@@ -8,9 +8,10 @@
 // A byte transfer may ask for 65536 bytes; with the flash that is half a million
 // bits clocked one by one, all through the same code, and one such command costs
 // more than thousands of short inputs. So the byte transfers of one input move
-// at most 128 bytes in all with the flash (two packets of the full-speed part),
-// 2048 without (four of the high-speed part).
+// at most 64 bytes in all with the flash (still more than a packet of the
+// full-speed part), 2048 without (four packets of the high-speed part).
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -23,7 +24,7 @@
 
 namespace {
 
-constexpr size_t kFlashByteBudget = 128;
+constexpr size_t kFlashByteBudget = 64;
 constexpr size_t kByteBudget = 2048;
 
 // Walks the stream command by command as the chip does and cuts the length
