@@ -69,7 +69,8 @@ fuzz: packages
 	  -DBREVANT_FUZZ=ON -DBREVANT_TESTS=OFF -DBREVANT_BENCHMARKS=OFF -DBREVANT_QT=OFF
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target benchfile_fuzz invoke_fuzz mpsse_engine_fuzz
 	@for f in $(FUZZ_BUILD)/fuzz/*_fuzz; do echo "== $$f"; \
-	  $$f -max_total_time=$(FUZZ_TIME) -max_len=256 -print_final_stats=1 > $$f.log 2>&1 || \
+	  $$f -max_total_time=$(FUZZ_TIME) -max_len=256 -print_final_stats=1 \
+	    -artifact_prefix=$(FUZZ_BUILD)/ > $$f.log 2>&1 || \
 	    { tail -40 $$f.log; exit 1; }; \
 	  grep -E 'stat::(number_of_executed_units|average_exec_per_sec)' $$f.log; done
 
