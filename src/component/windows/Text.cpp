@@ -1,14 +1,12 @@
 #include "component/windows/Text.h"
 
+#include "dialogs/win32/WideText.h"
+
 namespace brevant::com {
 
+// The core's conversion, which the dialogs use too.
 std::wstring Wide(const char* text) {
-  if (!text || !*text) return {};
-  const int length = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
-  std::wstring wide(length, L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.data(), length);
-  wide.resize(length - 1);
-  return wide;
+  return text ? WideText(text) : std::wstring();
 }
 
 std::string Utf8(const wchar_t* text, int length) {
