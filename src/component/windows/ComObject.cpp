@@ -276,7 +276,11 @@ ComObject::~ComObject() {
 
 ComObject* ComObject::Wrap(brevant_object handle) {
   int32_t class_index = -1;
-  brevant_class_of(handle, &class_index);
+  if (brevant_class_of(handle, &class_index) != 0 || class_index < 0) {
+    // Only objects of the public classes travel to clients.
+    brevant_release(handle);
+    return nullptr;
+  }
   const void* identity = component::Objects::Find(handle).self.get();
   std::lock_guard lock(live_mutex);
   if (auto found = live.find(identity); found != live.end()) {
@@ -308,6 +312,7 @@ HRESULT ComObject::Create(const brevant_guid& class_id, REFIID iid, void** out) 
   brevant_object handle = 0;
   if (brevant_create(&class_id, &handle) != 0) return ResultOf(brevant_error_number());
   ComObject* object = Wrap(handle);
+  if (!object) return E_UNEXPECTED;
   const HRESULT hr = object->QueryInterface(iid, out);
   object->Release();
   return hr;

@@ -20,6 +20,7 @@ class ComObject {
  public:
   // The COM object of a library reference, which it takes over: the object
   // already standing for the same C++ object, or a new one. Counted once more.
+  // Null for a reference that is no object of a public class.
   static ComObject* Wrap(brevant_object handle);
   // `unknown` if it is one of ours, counted once more; else null.
   static ComObject* From(IUnknown* unknown);
