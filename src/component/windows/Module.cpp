@@ -6,6 +6,7 @@
 #include <string>
 
 #include "component/windows/Text.h"
+#include "dialogs/win32/ThisModule.h"
 
 namespace brevant::com {
 
@@ -13,20 +14,13 @@ namespace {
 
 std::atomic<long> references{0};
 
-HMODULE Self() {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<LPCWSTR>(&Self), &module);
-  return module;
-}
-
 }  // namespace
 
 std::wstring ModulePath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
-    const DWORD length = GetModuleFileNameW(Self(), path.data(), static_cast<DWORD>(path.size()));
+    const DWORD length =
+        GetModuleFileNameW(ThisModule(), path.data(), static_cast<DWORD>(path.size()));
     if (length < path.size()) {
       path.resize(length);
       return path;

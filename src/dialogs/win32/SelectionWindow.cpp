@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include "dialogs/DialogWindows.h"
+#include "dialogs/win32/ThisModule.h"
 #include "dialogs/win32/WideText.h"
 #include "dialogs/win32/Win32DialogFactory.h"
 #include "dialogs/win32/Win32MessageBox.h"
@@ -18,15 +19,6 @@ constexpr int kTwipsPerInch = 1440;
 // hundredths of a point.
 constexpr int kFontCentipoints = 825;
 constexpr DWORD kWindowStyle = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
-
-// The module holding this code, so that a DLL's windows run its own procedure.
-HINSTANCE ThisModule() {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<LPCWSTR>(&ThisModule), &module);
-  return module;
-}
 
 HFONT DialogFont(int dpi, int weight) {
   return CreateFontW(-MulDiv(kFontCentipoints, dpi, 72 * 100), 0, 0, 0, weight, FALSE, FALSE, FALSE,
