@@ -4,24 +4,30 @@
 // fresh bench of its own. The error is the gateway's (or the class's own for a
 // short read), the failing call is the last line logged (Level 3, then Level 1
 // for a status), no open is undone, and shadows stored before sending keep the
-// new value. The stream channels' exact lines are in ChannelFaults_test.
+// new value. An MPSSE batch purges the driver's queues after a failure (and
+// brings the chip back in step when it checks commands); those calls are
+// expected after the error. The dialogs are cancelled by a fake user. The
+// stream channels' exact lines are in ChannelFaults_test.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "brevant/MpsseBatch.h"
+#include "brevant/MpsseTransactions.h"
 #include "brevant/clsDeviceList.h"
 #include "brevant/clsFTDI245FIFO.h"
 #include "brevant/clsFTDIMPSSE.h"
 #include "brevant/clsFTDIMPSSEPortIO.h"
 #include "brevant/clsFTDIOpto.h"
 #include "brevant/clsFTDISyncBitBang.h"
+#include "dialogs/FakeDialog.h"
 #include "gateway/FtStatus.h"
-#include "support/BenchTest.h"
 #include "support/Raised.h"
 #include "support/RecordingLog.h"
 
@@ -40,7 +46,7 @@ constexpr std::array<const char*, virt::kCallCount> kCallNames = {
 
 struct Subject {
   std::function<void()> act;
-  std::function<bool()> kept;  // the new value is still in its shadow
+  std::function<bool()> kept;  // the state after a failure is as it should be
 };
 
 struct Member {
@@ -48,6 +54,8 @@ struct Member {
   std::function<Subject(std::shared_ptr<icLog>)> make;  // the object, set up
   Error shortRead = Error(0, "", "");                   // number 0: none raised
   bool raises = true;
+  // The driver calls that follow a failure of `call` with `kind` to clean up.
+  std::function<std::vector<std::string>(Call call, FaultKind kind)> cleanup;
   friend void PrintTo(const Member& m, std::ostream* os) { *os << m.name; }
 };
 
@@ -69,7 +77,7 @@ Member On(std::string name, std::function<void(C&)> act, Error shortRead = kNone
     return Subject{[c, act] { act(*c); },
                    kept ? std::function<bool()>([c, kept] { return kept(*c); }) : nullptr};
   };
-  return {std::move(name), make, shortRead};
+  return {std::move(name), make, shortRead, true, {}};
 }
 
 // A member that takes driver failures as unreadable devices.
@@ -98,6 +106,95 @@ std::vector<Member> Stream() {
                   c.DataRead(a, 3, n);
                 }),
           On<C>("Terminate", [](C& c) { c.Terminate(); })};
+}
+
+// A batch on an open MPSSE channel of device 0, filled and run by `act`.
+// Afterwards no reply may be ready, the divisor queued stays stored and a
+// second Run has nothing left to raise.
+Member Batch(std::string name, std::function<std::vector<MpsseBatch::Reply>(MpsseBatch&)> act,
+             bool checks, Error shortRead = kMpsseTimeout) {
+  struct Pair {
+    clsFTDIMPSSE channel;
+    std::optional<MpsseBatch> batch;  // made after the channel, gone before it
+    std::vector<MpsseBatch::Reply> replies;
+  };
+  auto make = [act](std::shared_ptr<icLog> log) {
+    auto p = std::make_shared<Pair>();
+    p->channel.Log(log);
+    p->channel.Initialize(0);
+    p->batch.emplace(p->channel);
+    return Subject{[p, act] {
+                     p->batch->SetClockDivisor(7);
+                     p->replies = act(*p->batch);
+                     p->batch->Run();
+                   },
+                   [p] {
+                     return std::none_of(p->replies.begin(), p->replies.end(),
+                                         [](const auto& r) { return r.Ready(); }) &&
+                            p->channel.GetClockDivisor() == 7 &&
+                            Raised([&] { p->batch->Run(); }).Number() == 0;
+                   }};
+  };
+  auto cleanup = [checks](Call call, FaultKind kind) {
+    std::vector<std::string> after;
+    if (call == Call::kGetDeviceInfo) return after;  // before anything was sent
+    after.push_back("FT_Purge");
+    if (checks && kind == FaultKind::kShortRead) {
+      after.insert(after.end(), {"FT_Write", "FT_Read"});  // back in step
+    }
+    return after;
+  };
+  return {std::move(name), make, shortRead, true, cleanup};
+}
+
+std::vector<Member> Batches() {
+  using R = std::vector<MpsseBatch::Reply>;
+  return {
+      Batch(
+          "BatchRun",
+          [](MpsseBatch& b) {
+            b.SetPortLow(0x08, 0x0B);
+            b.SetPortHigh(0x00, 0x0F);
+            b.HardwareLoopback(false);
+            b.DataBytesOut(ByteArray{1, 2}, 2, embMSBfirst, emcNegEdge);
+            b.TMSBitsOut(0x05, 3, emcNegEdge);
+            return R{
+                b.ReadPortLow(),
+                b.ReadPortHigh(),
+                b.DataBytesIn(2, embMSBfirst, emcPosEdge),
+                b.DataBytesInOut(ByteArray{3, 4}, 2, emdLSBfirst, emcNegEdge, emcPosEdge),
+                b.TMSBitsInOut(0x01, 4, emcNegEdge, emcPosEdge),
+                SpiTransaction(b, {}, ByteArray{0x9F}, 3),
+                JtagScan(b, JtagRegister::kData, JtagStart::kTestLogicReset, ByteArray(0, 4), 32)};
+          },
+          false),
+      Batch(
+          "BatchCheckCommands",
+          [](MpsseBatch& b) {
+            R replies{b.ReadPortLow()};
+            b.CheckCommands();
+            return replies;
+          },
+          true, Error(kErrBadCommand, "MpsseBatch", "MPSSE engine out of step")),
+      // Big enough to run by itself on any chip before Run.
+      Batch(
+          "BatchRunsByItself",
+          [](MpsseBatch& b) {
+            const ByteArray block(0, 1000);
+            for (int i = 0; i < 10; ++i) b.DataBytesOut(block, 1000, embMSBfirst, emcNegEdge);
+            return R{b.ReadPortLow()};
+          },
+          false),
+  };
+}
+
+// A dialog member, cancelled by the user: anything else it raises is a failure.
+template <class Show>
+Member Dialog(std::string name, Show show) {
+  return Quiet(On<clsDeviceList>(std::move(name), [show](clsDeviceList& c) {
+    const Error e = Raised([&] { show(c); });
+    if (e.Number() != errDialogCancel) throw e;
+  }));
 }
 
 std::vector<Member> Members() {
@@ -259,13 +356,17 @@ std::vector<Member> Members() {
                     Array<int16_t> devices;
                     c.FindModule(2, "nothing here", devices);
                   })),
+      Dialog("DialogSelectDevice", [](clsDeviceList& c) { c.DialogSelectDevice("", ""); }),
+      Dialog("DialogSelectModule", [](clsDeviceList& c) { c.DialogSelectModule(2, "", ""); }),
   };
   all.insert(all.end(), more.begin(), more.end());
+  for (Member m : Batches()) all.push_back(m);
   return all;
 }
 
-class FaultSweep : public BenchTest, public ::testing::WithParamInterface<Member> {
+class FaultSweep : public DialogTest, public ::testing::WithParamInterface<Member> {
  protected:
+  FaultSweep() { user = Script("cancel"); }
   void Fresh() {
     TearDown();
     bench = virt::MakeDefaultBench();
@@ -285,6 +386,16 @@ class FaultSweep : public BenchTest, public ::testing::WithParamInterface<Member
     log->lines.clear();
     bench->Faults().Add({.call = call, .nth = nth, .kind = kind, .status = status, .count = 0});
     const Error e = Raised(s.act);
+    // The clean-up calls come last; the rest reads as for any member.
+    const std::vector<std::string> after =
+        m.cleanup ? m.cleanup(call, kind) : std::vector<std::string>{};
+    ASSERT_GE(log->lines.size(), after.size());
+    const auto first = log->lines.end() - std::ssize(after);
+    for (size_t i = 0; i < after.size(); ++i) {
+      EXPECT_TRUE(first[i].text.starts_with(after[i]) && first[i].text.ends_with(") = 0"))
+          << first[i].text;
+    }
+    log->lines.erase(first, log->lines.end());
     const bool failed = kind == FaultKind::kStatus;
     const Error expected =
         failed ? Error(kErrDriverStatus, "clsFTD2xx", FtStatusText(static_cast<int32_t>(status)))
