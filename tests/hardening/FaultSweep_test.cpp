@@ -113,13 +113,13 @@ std::vector<Member> Stream() {
 // second Run has nothing left to raise.
 Member Batch(std::string name, std::function<std::vector<MpsseBatch::Reply>(MpsseBatch&)> act,
              bool checks, Error shortRead = kMpsseTimeout) {
-  struct Pair {
+  struct Rig {
     clsFTDIMPSSE channel;
     std::optional<MpsseBatch> batch;  // made after the channel, gone before it
     std::vector<MpsseBatch::Reply> replies;
   };
   auto make = [act](std::shared_ptr<icLog> log) {
-    auto p = std::make_shared<Pair>();
+    auto p = std::make_shared<Rig>();
     p->channel.Log(log);
     p->channel.Initialize(0);
     p->batch.emplace(p->channel);
