@@ -7,6 +7,7 @@
 
 #include "ToolError.h"
 #include "brevant/ByteArray.h"
+#include "brevant/MpsseBatch.h"
 #include "brevant/clsFTDIMPSSE.h"
 #include "brevant/clsFTDIMPSSEPortIO.h"
 
@@ -62,15 +63,23 @@ std::vector<Tap> SplitChain(const ByteArray& bits) {
 }  // namespace
 
 JtagCommand::JtagCommand(CLI::App& app)
-    : command_(app.add_subcommand("jtag", "list the TAPs of a JTAG chain by IDCODE")) {
-  command_->add_option("-d,--device", device_, "device number")->required();
+    : command_(app.add_subcommand("jtag", "list the TAPs of a JTAG chain by IDCODE")),
+      device_(*command_) {
+  command_->add_option("-f,--frequency", frequency_,
+                       "TCK in Hz, at most (default 30e6: the fastest the part makes up to 30 MHz)")
+      ->check(CLI::PositiveNumber);
 }
 
 void JtagCommand::Run(const std::shared_ptr<icLog>& log) const {
+  const int16_t device = device_.Resolve(log);
   clsFTDIMPSSE mpsse;
   mpsse.Log(log);
-  mpsse.Initialize(device_);
-  mpsse.SetClockDivisor(mpsse.ClockDivisorFromFrequency(1e6));
+  mpsse.Initialize(device);
+  {
+    MpsseBatch clock(mpsse);
+    clock.SetFrequency(frequency_);
+    clock.Run();
+  }
   // TCK low, TDI and TMS high; the port model directs TCK, TDI and TMS out.
   mpsse.MPSSEPortIO()->MPSSEPortOutput(eftTDIDO | eftTMSCS);
   // TAPs sample on the rising edge of TCK and change TDO on the falling one.
@@ -86,8 +95,8 @@ void JtagCommand::Run(const std::shared_ptr<icLog>& log) const {
 
   const std::vector<Tap> taps = SplitChain(bits);
   if (taps.empty()) {
-    std::printf("No TAP answers on device %d.\n", device_);
-    return;
+    throw ToolError("no TAP answers on device " + std::to_string(device) + " (TDO reads high)",
+                    ExitStatus::kMismatch);
   }
   std::printf("TAP  IDCODE      Version  Part    Manufacturer\n");
   for (size_t i = 0; i < taps.size(); ++i) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "DeviceChoice.h"
 #include "brevant/icLog.h"
 
 namespace brevant::tool {
@@ -20,7 +21,8 @@ class JtagCommand {
 
  private:
   CLI::App* command_;
-  int16_t device_ = 0;
+  DeviceChoice device_;
+  double frequency_ = 30e6;
 };
 
 }  // namespace brevant::tool

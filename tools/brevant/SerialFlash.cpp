@@ -12,33 +12,33 @@ namespace brevant::tool {
 namespace {
 
 constexpr uint8_t kReadId = 0x9F;
-constexpr uint8_t kRead = 0x03;
+constexpr uint8_t kReadSfdp = 0x5A;
 constexpr uint8_t kWriteEnable = 0x06;
 constexpr uint8_t kReadStatus = 0x05;
+// Read, page program and 4 KiB erase, with 3-byte and with 4-byte addresses.
+constexpr uint8_t kRead = 0x03;
+constexpr uint8_t kRead4 = 0x13;
 constexpr uint8_t kPageProgram = 0x02;
-constexpr uint8_t kSectorErase = 0x20;
+constexpr uint8_t kPageProgram4 = 0x12;
+constexpr uint8_t kSectorErase4 = 0x21;
 constexpr uint8_t kBusy = 0x01;
 // Sector erases take up to about 400 ms on common parts; this leaves room.
 constexpr auto kBusyLimit = std::chrono::seconds(5);
-
-// Command byte and 24-bit address, most significant byte first, then `count`
-// bytes of payload room.
-ByteArray Command(uint8_t command, uint32_t address, size_t count = 0) {
-  ByteArray data(0, static_cast<int32_t>(4 + count));
-  data[0] = command;
-  data[1] = static_cast<uint8_t>(address >> 16);
-  data[2] = static_cast<uint8_t>(address >> 8);
-  data[3] = static_cast<uint8_t>(address);
-  return data;
-}
+// The channel's read time-out is 500 ms; a read piece takes at most a fifth of it.
+constexpr double kPieceSeconds = 0.1;
 
 }  // namespace
 
-SerialFlash::SerialFlash(clsFTDIMPSSE& mpsse) : mpsse_(mpsse), batch_(mpsse) {
-  // 6 MHz, the fastest clock every MPSSE part has.
-  mpsse_.SetClockDivisor(0);
+SerialFlash::SerialFlash(clsFTDIMPSSE& mpsse, double hz) : mpsse_(mpsse), batch_(mpsse) {
+  clockHz_ = batch_.SetFrequency(hz);
+  batch_.Run();
   // CS idles high, and SK low for mode 0, before the first clock.
   mpsse_.MPSSEPortIO()->MPSSEPortOutput(eftTMSCS);
+}
+
+uint32_t SerialFlash::ReadPiece() const {
+  const double bytes = clockHz_ / 8 * kPieceSeconds;
+  return static_cast<uint32_t>(std::clamp(bytes, double{kPageBytes}, double{kMaxReadBytes}));
 }
 
 ByteArray SerialFlash::Transaction(const ByteArray& out, int32_t inLength) {
@@ -48,26 +48,52 @@ ByteArray SerialFlash::Transaction(const ByteArray& out, int32_t inLength) {
   return inLength > 0 ? reply.Data() : ByteArray{};
 }
 
+ByteArray SerialFlash::Command(uint8_t threeByte, uint8_t fourByte, uint64_t address,
+                               size_t payload) const {
+  const int addressBytes = geometry_.fourByteAddresses ? 4 : 3;
+  ByteArray data(0, static_cast<int32_t>(1 + addressBytes + payload));
+  data[0] = geometry_.fourByteAddresses ? fourByte : threeByte;
+  for (int i = 0; i < addressBytes; ++i) {
+    data[1 + i] = static_cast<uint8_t>(address >> (8 * (addressBytes - 1 - i)));
+  }
+  return data;
+}
+
 uint32_t SerialFlash::JedecId() {
   const ByteArray id = Transaction(ByteArray{kReadId}, 3);
   return static_cast<uint32_t>(id[0] << 16 | id[1] << 8 | id[2]);
 }
 
-void SerialFlash::Read(uint32_t address, std::span<uint8_t> into) {
-  const ByteArray data = Transaction(Command(kRead, address), static_cast<int32_t>(into.size()));
-  std::copy_n(data.Elements().begin(), into.size(), into.begin());
+const FlashGeometry& SerialFlash::Identify(const std::string& device) {
+  // The ID first: it tells whether a flash answers at all.
+  const FlashGeometry fromId = GeometryFromJedecId(JedecId(), device);
+  // SFDP: the command, a 3-byte address and a dummy byte.
+  const ByteArray table = Transaction(ByteArray{kReadSfdp, 0, 0, 0, 0}, kSfdpBytes);
+  geometry_ = GeometryFromSfdp(table.Elements()).value_or(fromId);
+  return geometry_;
 }
 
-void SerialFlash::EraseSector(uint32_t address) {
+void SerialFlash::Read(uint64_t address, std::span<uint8_t> into) {
+  const uint32_t piece = ReadPiece();
+  for (size_t done = 0; done < into.size(); done += piece) {
+    const auto part = into.subspan(done, std::min<size_t>(piece, into.size() - done));
+    const ByteArray data =
+        Transaction(Command(kRead, kRead4, address + done), static_cast<int32_t>(part.size()));
+    std::copy_n(data.Elements().begin(), part.size(), part.begin());
+  }
+}
+
+void SerialFlash::EraseSector(uint64_t address) {
   WriteEnable();
-  Transaction(Command(kSectorErase, address));
+  Transaction(Command(geometry_.sectorErase, kSectorErase4, address));
   WaitWhileBusy();
 }
 
-void SerialFlash::ProgramPage(uint32_t address, std::span<const uint8_t> data) {
+void SerialFlash::ProgramPage(uint64_t address, std::span<const uint8_t> data) {
   WriteEnable();
-  ByteArray command = Command(kPageProgram, address, data.size());
-  std::copy(data.begin(), data.end(), command.FromElementZero().begin() + 4);
+  ByteArray command = Command(kPageProgram, kPageProgram4, address, data.size());
+  const size_t header = static_cast<size_t>(command.Count()) - data.size();
+  std::copy(data.begin(), data.end(), command.FromElementZero().begin() + header);
   Transaction(command);
   WaitWhileBusy();
 }

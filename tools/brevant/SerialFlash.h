@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
+#include "FlashGeometry.h"
 #include "brevant/ByteArray.h"
 #include "brevant/MpsseBatch.h"
 #include "brevant/clsFTDIMPSSE.h"
@@ -17,26 +19,39 @@ class SerialFlash {
  public:
   static constexpr uint32_t kPageBytes = 256;
   static constexpr uint32_t kSectorBytes = 4096;
-  // One read transaction carries at most this many data bytes behind its four
-  // command bytes, within the chip's 64 KiB per transfer.
-  static constexpr uint32_t kMaxReadBytes = 65536 - 4;
+  // One MPSSE command clocks at most 64 KiB.
+  static constexpr uint32_t kMaxReadBytes = 65536;
 
-  // Sets the clock and deselects the flash; `mpsse` is open and stays the
-  // caller's.
-  explicit SerialFlash(clsFTDIMPSSE& mpsse);
+  // Sets SCK to the fastest rate not above `hz` that the part makes and
+  // deselects the flash; `mpsse` is open and stays the caller's.
+  SerialFlash(clsFTDIMPSSE& mpsse, double hz);
+
+  double ClockHz() const { return clockHz_; }
+  // The most bytes one Read should ask for: a piece that the clock shifts in a
+  // small part of the channel's read time-out.
+  uint32_t ReadPiece() const;
 
   // Manufacturer, memory type and capacity bytes, in that order from bit 16 down.
   uint32_t JedecId();
-  // Bytes from `address` on; at most kMaxReadBytes.
-  void Read(uint32_t address, std::span<uint8_t> into);
+  // Learns size, erase and addressing from the SFDP table, else from the JEDEC
+  // ID, and keeps them for the commands below. `device` names the channel in
+  // messages.
+  const FlashGeometry& Identify(const std::string& device);
+
+  // Bytes from `address` on, in pieces of ReadPiece bytes: one transaction,
+  // one driver write and one read, each.
+  void Read(uint64_t address, std::span<uint8_t> into);
   // Erases the 4 KiB sector holding `address` and waits until it is done.
-  void EraseSector(uint32_t address);
+  void EraseSector(uint64_t address);
   // Programs `data` (at most one page, not crossing it) and waits until done.
-  void ProgramPage(uint32_t address, std::span<const uint8_t> data);
+  void ProgramPage(uint64_t address, std::span<const uint8_t> data);
 
  private:
   // CS low, `out` sent, `inLength` bytes read, CS high; returns what was read.
   ByteArray Transaction(const ByteArray& out, int32_t inLength = 0);
+  // The command byte and the address in as many bytes as the flash takes, then
+  // room for `payload` bytes.
+  ByteArray Command(uint8_t threeByte, uint8_t fourByte, uint64_t address, size_t payload = 0) const;
   void WriteEnable();
   // Polls the status register until the busy bit clears; a ToolError if it
   // never does.
@@ -44,6 +59,8 @@ class SerialFlash {
 
   clsFTDIMPSSE& mpsse_;
   MpsseBatch batch_;
+  double clockHz_;
+  FlashGeometry geometry_;
 };
 
 }  // namespace brevant::tool

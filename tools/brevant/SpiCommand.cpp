@@ -4,163 +4,201 @@
 #include <cstdio>
 #include <iostream>
 #include <optional>
-#include <ranges>
 #include <vector>
 
+#include "FlashLink.h"
+#include "FlashWriter.h"
 #include "Number.h"
 #include "OutputFile.h"
 #include "Progress.h"
-#include "SerialFlash.h"
 #include "ToolError.h"
-#include "brevant/clsFTDIMPSSE.h"
-#include "gateway/Formating.h"
 
 namespace brevant::tool {
 
 namespace {
 
-// Reads go in pieces this big so that the progress bar moves.
-constexpr uint32_t kReadPiece = 16 * 1024;
-
-std::string Hex(uint32_t value, int16_t width) {
-  return "0x" + HexText(static_cast<int32_t>(value), width);
+std::string Hex(uint64_t value) {
+  char text[24];
+  std::snprintf(text, sizeof text, "0x%06llX", static_cast<unsigned long long>(value));
+  return text;
 }
 
-// The flash's size from the capacity byte of its JEDEC ID: 2 to that power, as
-// the common vendors number their parts. An ID of all zeros or all ones means
-// that nothing drives DI.
-uint64_t CapacityOf(uint32_t id, int16_t device) {
-  char shown[16];
-  std::snprintf(shown, sizeof shown, "%02X %02X %02X", id >> 16, (id >> 8) & 0xFF, id & 0xFF);
-  if (id == 0 || id == 0xFFFFFF) {
-    throw ToolError("no SPI flash answers on device " + std::to_string(device) + " (JEDEC ID " +
-                    shown + ")");
-  }
-  const uint32_t capacity = id & 0xFF;
-  if (capacity < 8 || capacity > 31) {
-    throw ToolError(std::string("JEDEC ID ") + shown + " gives no size that this tool knows");
-  }
-  return uint64_t{1} << capacity;
+std::string Megahertz(double hz) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g MHz", hz / 1e6);
+  return text;
 }
 
-void CheckRange(uint32_t address, uint64_t length, uint64_t size) {
-  if (address + length > size) {
-    throw ToolError("the flash holds " + std::to_string(size) + " bytes; " +
-                    std::to_string(length) + " from " + Hex(address, 6) + " go beyond it");
-  }
-}
-
-void ReadRange(SerialFlash& flash, uint32_t address, std::span<uint8_t> into, Progress* progress) {
-  for (size_t done = 0; done < into.size(); done += kReadPiece) {
-    const size_t piece = std::min<size_t>(kReadPiece, into.size() - done);
-    flash.Read(address + static_cast<uint32_t>(done), into.subspan(done, piece));
-    if (progress != nullptr) progress->Advance(done + piece);
-  }
-}
-
-struct WriteCounts {
-  int erased = 0;
-  int programmed = 0;
+// The first address where the flash differs from `data`, and how many bytes differ.
+struct Difference {
+  uint64_t first = 0;
+  uint64_t count = 0;
+  uint8_t wrote = 0;
+  uint8_t read = 0;
 };
 
-// One sector to hold `wanted` where it now holds `held`: erased only if some bit
-// must rise, then every page programmed that differs from what is there.
-void WriteSector(SerialFlash& flash, uint32_t base, std::vector<uint8_t> held,
-                 const std::vector<uint8_t>& wanted, WriteCounts& counts) {
-  const bool mustErase = std::ranges::any_of(std::views::iota(size_t{0}, held.size()),
-                                             [&](size_t i) { return wanted[i] & ~held[i]; });
-  if (mustErase) {
-    flash.EraseSector(base);
-    std::ranges::fill(held, 0xFF);
-    ++counts.erased;
+std::optional<Difference> Compare(SerialFlash& flash, uint64_t address,
+                                  std::span<const uint8_t> data) {
+  std::vector<uint8_t> back(data.size());
+  flash.Read(address, back);
+  std::optional<Difference> found;
+  for (size_t i = 0; i < data.size(); ++i) {
+    if (data[i] == back[i]) continue;
+    if (!found) found = Difference{address + i, 0, data[i], back[i]};
+    ++found->count;
   }
-  for (uint32_t page = 0; page < SerialFlash::kSectorBytes; page += SerialFlash::kPageBytes) {
-    const auto from = wanted.begin() + page;
-    if (std::equal(from, from + SerialFlash::kPageBytes, held.begin() + page)) continue;
-    flash.ProgramPage(base + page, std::span(from, SerialFlash::kPageBytes));
-    ++counts.programmed;
-  }
+  return found;
 }
 
-void Write(SerialFlash& flash, uint32_t address, const std::vector<uint8_t>& data) {
-  WriteCounts counts;
-  const uint32_t end = address + static_cast<uint32_t>(data.size());
-  {
-    Progress progress(data.size());
-    for (uint32_t base = address - address % SerialFlash::kSectorBytes; base < end;
-         base += SerialFlash::kSectorBytes) {
-      std::vector<uint8_t> held(SerialFlash::kSectorBytes);
-      flash.Read(base, held);
-      // The sector as it should end: what it holds, with the file's part laid on.
-      std::vector<uint8_t> wanted = held;
-      const uint32_t from = std::max(base, address);
-      const uint32_t to = std::min(base + SerialFlash::kSectorBytes, end);
-      std::copy(data.begin() + (from - address), data.begin() + (to - address),
-                wanted.begin() + (from - base));
-      WriteSector(flash, base, std::move(held), wanted, counts);
-      progress.Advance(to - address);
-    }
-  }
-  std::vector<uint8_t> back(data.size());
-  ReadRange(flash, address, back, nullptr);
-  const auto [wrote, read] = std::ranges::mismatch(data, back);
-  if (wrote != data.end()) {
-    throw ToolError("verify failed at " + Hex(address + (wrote - data.begin()), 6) + ": wrote " +
-                    HexText(*wrote, 2) + ", read " + HexText(*read, 2));
-  }
-  std::cout << data.size() << " bytes written at " << Hex(address, 6) << ": " << counts.erased
+[[noreturn]] void Mismatch(const Difference& d, const std::string& what) {
+  char detail[96];
+  std::snprintf(detail, sizeof detail, ": %llu bytes differ, the first at %s (%s %02X, flash %02X)",
+                static_cast<unsigned long long>(d.count), Hex(d.first).c_str(), what.c_str(),
+                d.wrote, d.read);
+  throw ToolError(std::string("verify failed") + detail, ExitStatus::kMismatch);
+}
+
+void Report(const char* what, uint64_t bytes, uint64_t address, const FlashWriter::Counts& counts) {
+  std::cout << bytes << " bytes " << what << " at " << Hex(address) << ": " << counts.erased
             << " sectors erased, " << counts.programmed << " pages programmed, verified\n";
 }
 
 }  // namespace
 
 SpiCommand::SpiCommand(CLI::App& app)
-    : command_(app.add_subcommand("spi", "a serial NOR flash on an MPSSE channel")) {
-  command_->add_option("-d,--device", device_, "device number")->required();
+    : command_(app.add_subcommand("spi", "a serial NOR flash on an MPSSE channel")),
+      device_(*command_) {
+  command_->add_option("-f,--frequency", frequency_,
+                       "SPI clock in Hz, at most (default 30e6: the fastest the part makes up "
+                       "to 30 MHz)")
+      ->check(CLI::PositiveNumber);
   command_->require_subcommand(1);
-  jedec_ = command_->add_subcommand("jedec", "show the flash's JEDEC ID and size");
+  jedec_ = command_->add_subcommand("jedec", "show the flash's JEDEC ID, size and addressing");
   read_ = command_->add_subcommand("read", "copy bytes of the flash to a file");
   read_->add_option("address", address_, "first address (decimal or 0x...)")->required();
   read_->add_option("length", length_, "number of bytes")->required();
-  read_->add_option("-o,--output", file_, "file to write, - for stdout")->required();
+  auto* file = read_->add_option("file", file_, "file to write, - for stdout");
+  read_->add_option("-o,--output", output_, "the same, as an option")->excludes(file);
   write_ = command_->add_subcommand("write", "put a file into the flash and verify it");
   write_->add_option("address", address_, "first address (decimal or 0x...)")->required();
   write_->add_option("file", file_, "file to write, - for stdin")->required();
+  erase_ = command_->add_subcommand("erase", "set a range, or the whole flash, to 0xFF");
+  erase_->add_option("address", address_, "first address (decimal or 0x...)");
+  erase_->add_option("length", length_, "number of bytes");
+  erase_->add_flag("--all", all_, "the whole flash");
+  verify_ = command_->add_subcommand("verify", "compare the flash with a file");
+  verify_->add_option("address", address_, "first address (decimal or 0x...)")->required();
+  verify_->add_option("file", file_, "file to compare, - for stdin")->required();
+  for (CLI::App* sub : command_->get_subcommands({})) sub->fallthrough();
 }
 
 void SpiCommand::Run(const std::shared_ptr<icLog>& log) const {
-  // Arguments and files first: a mistake there leaves the device untouched.
-  const uint32_t address = jedec_->parsed() ? 0 : ParseNumber(address_, "address");
-  const uint32_t length = read_->parsed() ? ParseNumber(length_, "length") : 0;
-  std::optional<OutputFile> output;
-  if (read_->parsed()) output.emplace(file_);
-  const std::vector<uint8_t> data = write_->parsed() ? ReadInput(file_) : std::vector<uint8_t>{};
+  if (jedec_->parsed()) Jedec(log);
+  if (read_->parsed()) Read(log);
+  if (write_->parsed()) Write(log);
+  if (erase_->parsed()) Erase(log);
+  if (verify_->parsed()) Verify(log);
+}
 
-  clsFTDIMPSSE mpsse;
-  mpsse.Log(log);
-  mpsse.Initialize(device_);
-  SerialFlash flash(mpsse);
-  const uint32_t id = flash.JedecId();
-  const uint64_t size = CapacityOf(id, device_);
-  if (jedec_->parsed()) {
-    std::printf("JEDEC ID %02X %02X %02X: manufacturer 0x%02X, type 0x%02X, %llu bytes\n", id >> 16,
-                (id >> 8) & 0xFF, id & 0xFF, id >> 16, (id >> 8) & 0xFF,
-                static_cast<unsigned long long>(size));
-  } else if (read_->parsed()) {
-    CheckRange(address, length, size);
-    std::vector<uint8_t> bytes(length);
-    {
-      Progress progress(length);
-      ReadRange(flash, address, bytes, &progress);
+void SpiCommand::Jedec(const std::shared_ptr<icLog>& log) const {
+  FlashLink link(device_.Resolve(log), frequency_, log);
+  const uint32_t id = link.Flash().JedecId();
+  const FlashGeometry& g = link.Geometry();
+  std::printf(
+      "JEDEC ID %02X %02X %02X: manufacturer 0x%02X, type 0x%02X, %llu bytes (from the %s), "
+      "%d-byte addresses, SPI clock %s\n",
+      id >> 16, (id >> 8) & 0xFF, id & 0xFF, id >> 16, (id >> 8) & 0xFF,
+      static_cast<unsigned long long>(g.sizeBytes), g.source.c_str(),
+      g.fourByteAddresses ? 4 : 3, Megahertz(link.Flash().ClockHz()).c_str());
+  link.Close();
+}
+
+void SpiCommand::Read(const std::shared_ptr<icLog>& log) const {
+  // Arguments and the output file first: a mistake there leaves the device untouched.
+  const uint64_t address = ParseNumber(address_, "address");
+  const uint64_t length = ParseNumber(length_, "length");
+  const std::string path = output_.empty() ? file_ : output_;
+  if (path.empty()) throw CLI::RequiredError("file (or -o)");
+  OutputFile output(path);
+
+  FlashLink link(device_.Resolve(log), frequency_, log);
+  link.Geometry().CheckRange(address, length);
+  SerialFlash& flash = link.Flash();
+  {
+    Progress progress(length);
+    std::vector<uint8_t> piece(flash.ReadPiece());
+    for (uint64_t done = 0; done < length; done += piece.size()) {
+      piece.resize(std::min<uint64_t>(piece.size(), length - done));
+      flash.Read(address + done, piece);
+      output.Write(piece);
+      progress.Advance(done + piece.size());
     }
-    output->Write(bytes);
-    output->Close();
-    std::cerr << length << " bytes read from " << Hex(address, 6) << '\n';
-  } else {
-    CheckRange(address, data.size(), size);
-    Write(flash, address, data);
   }
-  mpsse.Terminate();
+  link.Close();
+  output.Close();
+  std::cerr << length << " bytes read from " << Hex(address) << '\n';
+}
+
+void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
+  const uint64_t address = ParseNumber(address_, "address");
+  // An empty or oversized file is refused before the device is opened, where
+  // its size is known.
+  if (const auto size = InputSize(file_)) {
+    if (*size == 0) throw ToolError(file_ + " is empty: there is nothing to write");
+    FlashGeometry{.sizeBytes = uint64_t{1} << 32, .fourByteAddresses = true}.CheckRange(address,
+                                                                                      *size);
+  }
+  FlashLink link(device_.Resolve(log), frequency_, log);
+  const FlashGeometry& geometry = link.Geometry();
+  geometry.CheckRange(address, 1);
+  const std::vector<uint8_t> data = ReadInput(file_, geometry.sizeBytes - address);
+  if (data.empty()) throw ToolError(file_ + " is empty: there is nothing to write");
+  geometry.CheckRange(address, data.size());
+
+  FlashWriter writer(link, file_, std::to_string(link.Device()));
+  FlashWriter::Counts counts;
+  {
+    Progress progress(data.size());
+    counts = writer.Write(address, data, progress);
+  }
+  if (const auto difference = Compare(link.Flash(), address, data)) Mismatch(*difference, "wrote");
+  link.Close();
+  Report("written", data.size(), address, counts);
+}
+
+void SpiCommand::Erase(const std::shared_ptr<icLog>& log) const {
+  const bool range = !address_.empty() && !length_.empty();
+  if (all_ ? !address_.empty() : !range) {
+    throw CLI::ValidationError("erase", "give ADDR LEN, or --all");
+  }
+  const uint64_t address = all_ ? 0 : ParseNumber(address_, "address");
+  const uint64_t wanted = all_ ? 0 : ParseNumber(length_, "length");
+  FlashLink link(device_.Resolve(log), frequency_, log);
+  const uint64_t length = all_ ? link.Geometry().sizeBytes : wanted;
+  link.Geometry().CheckRange(address, length);
+  const std::vector<uint8_t> erased(length, 0xFF);
+  FlashWriter writer(link, "erase", std::to_string(link.Device()));
+  FlashWriter::Counts counts;
+  {
+    Progress progress(length);
+    counts = writer.Write(address, erased, progress);
+  }
+  if (const auto difference = Compare(link.Flash(), address, erased)) Mismatch(*difference, "erased");
+  link.Close();
+  Report("erased", length, address, counts);
+}
+
+void SpiCommand::Verify(const std::shared_ptr<icLog>& log) const {
+  const uint64_t address = ParseNumber(address_, "address");
+  FlashLink link(device_.Resolve(log), frequency_, log);
+  const FlashGeometry& geometry = link.Geometry();
+  geometry.CheckRange(address, 1);
+  const std::vector<uint8_t> data = ReadInput(file_, geometry.sizeBytes - address);
+  geometry.CheckRange(address, data.size());
+  const auto difference = Compare(link.Flash(), address, data);
+  link.Close();
+  if (difference) Mismatch(*difference, "file");
+  std::cout << data.size() << " bytes at " << Hex(address) << " match " << file_ << '\n';
 }
 
 }  // namespace brevant::tool

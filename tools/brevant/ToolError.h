@@ -3,12 +3,20 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace brevant::tool {
 
+enum class ExitStatus { kDone = 0, kFailed = 1, kUsage = 2, kMismatch = 3 };
+
 class ToolError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit ToolError(const std::string& what, ExitStatus status = ExitStatus::kFailed)
+      : std::runtime_error(what), status_(status) {}
+  ExitStatus Status() const { return status_; }
+
+ private:
+  ExitStatus status_;
 };
 
 }  // namespace brevant::tool

@@ -1,0 +1,193 @@
+#include "FlashWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <ranges>
+
+#include "ToolError.h"
+#include "brevant/Error.h"
+#include "gateway/Formating.h"
+
+namespace brevant::tool {
+
+namespace {
+
+constexpr uint64_t kSector = SerialFlash::kSectorBytes;
+constexpr uint64_t kPage = SerialFlash::kPageBytes;
+
+std::string Hex(uint64_t value) {
+  char text[24];
+  std::snprintf(text, sizeof text, "0x%06llX", static_cast<unsigned long long>(value));
+  return text;
+}
+
+// [from, to) as people write it: first and last address.
+std::string Span(uint64_t from, uint64_t to) {
+  return Hex(from) + "-" + Hex(to - 1);
+}
+
+// The text a failure shows a person, whichever kind it is.
+template <class Job>
+std::optional<std::string> FailureOf(Job job) {
+  try {
+    job();
+    return std::nullopt;
+  } catch (const Error& e) {
+    return ErrorText(e.Number(), e.Description());
+  } catch (const ToolError& e) {
+    return std::string("brevant: ") + e.what();
+  }
+}
+
+// Creates `path` with `bytes`, never replacing a file that is there.
+bool WriteNew(const std::filesystem::path& path, std::span<const uint8_t> bytes) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (fd < 0) return false;
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t wrote = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) break;
+    done += static_cast<size_t>(wrote);
+  }
+  const bool ok = done == bytes.size() && ::fsync(fd) == 0;
+  if (::close(fd) != 0 || !ok) {
+    ::unlink(path.c_str());
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+FlashWriter::FlashWriter(FlashLink& link, std::string input, std::string device)
+    : link_(link), input_(std::move(input)), device_(std::move(device)) {}
+
+FlashWriter::Counts FlashWriter::Write(uint64_t address, std::span<const uint8_t> data,
+                                       Progress& progress) {
+  Counts counts;
+  const uint64_t end = address + data.size();
+  uint64_t done = address;
+  for (uint64_t base = address - address % kSector; base < end; base += kSector) {
+    Sector sector{.base = base, .held = std::vector<uint8_t>(kSector), .wanted = {}};
+    const auto failure = FailureOf([&] {
+      link_.Flash().Read(base, sector.held);
+      // The sector as it should end: what it holds, with the data's part laid on.
+      sector.wanted = sector.held;
+      const uint64_t from = std::max(base, address);
+      const uint64_t to = std::min(base + kSector, end);
+      std::copy(data.begin() + static_cast<ptrdiff_t>(from - address),
+                data.begin() + static_cast<ptrdiff_t>(to - address),
+                sector.wanted.begin() + static_cast<ptrdiff_t>(from - base));
+      WriteSector(sector, counts);
+    });
+    if (failure) Stopped(*failure, address, end, done, sector);
+    done = std::min(base + kSector, end);
+    progress.Advance(done - address);
+  }
+  return counts;
+}
+
+void FlashWriter::WriteSector(Sector& sector, Counts& counts) {
+  SerialFlash& flash = link_.Flash();
+  const bool mustErase = std::ranges::any_of(
+      std::views::iota(size_t{0}, sector.held.size()),
+      [&](size_t i) { return (sector.wanted[i] & ~sector.held[i]) != 0; });
+  std::vector<uint8_t> now = sector.held;
+  if (mustErase) {
+    // From the moment the erase is sent, this process holds the only copy of
+    // the sector's other bytes.
+    sector.erased = true;
+    flash.EraseSector(sector.base);
+    std::ranges::fill(now, 0xFF);
+    ++counts.erased;
+  }
+  for (uint64_t page = 0; page < kSector; page += kPage) {
+    const auto wanted = std::span(sector.wanted).subspan(page, kPage);
+    if (std::ranges::equal(wanted, std::span(now).subspan(page, kPage))) continue;
+    flash.ProgramPage(sector.base + page, wanted);
+    ++counts.programmed;
+  }
+}
+
+std::optional<std::string> FlashWriter::Repair(const Sector& sector) {
+  return FailureOf([&] {
+    link_.Reopen();
+    Sector again{.base = sector.base, .held = std::vector<uint8_t>(kSector),
+                 .wanted = sector.wanted};
+    link_.Flash().Read(sector.base, again.held);
+    Counts ignored;
+    WriteSector(again, ignored);
+    std::vector<uint8_t> back(kSector);
+    link_.Flash().Read(sector.base, back);
+    if (back != sector.wanted) throw ToolError("the sector reads back wrong");
+  });
+}
+
+std::optional<std::filesystem::path> FlashWriter::SaveRecovery(const Sector& sector) const {
+  namespace fs = std::filesystem;
+  const fs::path input = input_ == "-" ? fs::path("stdin") : fs::path(input_);
+  const std::string name = input.filename().string() + ".recovery-" + Hex(sector.base);
+  // Beside the input if its folder takes files, else here, else the temporary folder.
+  std::vector<fs::path> folders{input_ == "-" ? fs::path(".") : input.parent_path(), "."};
+  const char* temporary = std::getenv("TMPDIR");
+  folders.push_back(temporary && *temporary ? temporary : "/tmp");
+  for (fs::path folder : folders) {
+    if (folder.empty()) folder = ".";
+    for (int n = 1; n < 100; ++n) {
+      const fs::path path = folder / (name + (n == 1 ? "" : "-" + std::to_string(n)) + ".bin");
+      if (WriteNew(path, sector.held)) return path;
+      if (errno != EEXIST) break;
+    }
+  }
+  return std::nullopt;
+}
+
+void FlashWriter::Stopped(const std::string& cause, uint64_t address, uint64_t end,
+                          uint64_t done, const Sector& sector) {
+  std::cerr << cause << '\n';
+  const std::string head = "spi write stopped at " + Hex(sector.base) + ": ";
+  const std::string again = " Run the same command again to finish.";
+  const std::string written = done > address ? Span(address, done) + " written, " : "";
+  if (!sector.erased) {
+    throw ToolError(head + written + Span(done, end) +
+                    " not or only partly written; nothing outside that range was changed." +
+                    again);
+  }
+  const auto repairFailure = Repair(sector);
+  if (!repairFailure) {
+    const uint64_t to = std::min(sector.base + kSector, end);
+    throw ToolError(head + "that sector was written again from scratch, so nothing outside " +
+                    Span(address, end) + " was changed; " + Span(address, to) + " written" +
+                    (to < end ? ", " + Span(to, end) + " not yet." : ".") + again);
+  }
+  std::cerr << *repairFailure << '\n';
+  // The bytes of the sector that are not the data's own.
+  std::string atRisk;
+  const uint64_t from = std::max(sector.base, address);
+  const uint64_t to = std::min(sector.base + kSector, end);
+  if (from > sector.base) atRisk = Span(sector.base, from);
+  if (to < sector.base + kSector) {
+    atRisk += (atRisk.empty() ? "" : " and ") + Span(to, sector.base + kSector);
+  }
+  const std::string lost = head + "the sector " + Span(sector.base, sector.base + kSector) +
+                           " was erased and could not be written again, so " + atRisk +
+                           " (outside the range written) may have lost their old contents";
+  const auto saved = SaveRecovery(sector);
+  if (!saved) {
+    throw ToolError(lost + ", and no recovery file could be written for them.");
+  }
+  throw ToolError(lost + "; those are saved in " + saved->string() +
+                  ". Put them back with `brevant spi -d " + device_ + " write " +
+                  Hex(sector.base) + " " + saved->string() + "`, then run this write again.");
+}
+
+}  // namespace brevant::tool
