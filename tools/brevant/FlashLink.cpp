@@ -2,11 +2,21 @@
 
 #include "ToolError.h"
 #include "brevant/Error.h"
+#include "brevant/clsDeviceList.h"
 
 namespace brevant::tool {
 
 FlashLink::FlashLink(int16_t device, double hz, std::shared_ptr<icLog> log)
     : device_(device), hz_(hz), log_(std::move(log)) {
+  // Read before opening: an open device shows no location.
+  clsDeviceList list;
+  tDeviceInfo info;
+  info.Device = device_;
+  try {
+    list.GetDeviceInfo(device_, info.SerialNumber, info.Description, info.LocationID);
+    identity_ = info;
+  } catch (const Error&) {  // the device may still open; only a repair needs this
+  }
   Open();
   geometry_ = flash_->Identify(std::to_string(device_));
 }
@@ -31,11 +41,35 @@ void FlashLink::Reopen() {
     mpsse_->Terminate();
   } catch (const Error&) {  // the channel is opened afresh next
   }
+  device_ = Find();
   Open();
   const FlashGeometry now = flash_->Identify(std::to_string(device_));
   if (now.sizeBytes != geometry_.sizeBytes) {
     throw ToolError("device " + std::to_string(device_) + " answers with another flash now");
   }
+}
+
+int16_t FlashLink::Find() const {
+  const std::string device = "device " + std::to_string(device_);
+  if (!identity_) throw ToolError(device + " could not be read from the driver's list before");
+  clsDeviceList list;
+  const int32_t count = list.GetDeviceCount();
+  for (int16_t i = 0; i < count; ++i) {
+    tDeviceInfo info;
+    try {
+      list.GetDeviceInfo(i, info.SerialNumber, info.Description, info.LocationID);
+    } catch (const Error&) {
+      continue;
+    }
+    // A serial number tells channels apart; without one only the location can.
+    if (info.SerialNumber == identity_->SerialNumber &&
+        info.Description == identity_->Description &&
+        (!info.SerialNumber.empty() || info.LocationID == identity_->LocationID)) {
+      return i;
+    }
+  }
+  throw ToolError(device + " (serial number \"" + identity_->SerialNumber +
+                  "\") is no longer in the driver's list");
 }
 
 void FlashLink::Close() {

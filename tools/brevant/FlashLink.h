@@ -6,11 +6,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "SerialFlash.h"
 #include "brevant/clsFTDIMPSSE.h"
 #include "brevant/icLog.h"
+#include "brevant/tDeviceInfo.h"
 
 namespace brevant::tool {
 
@@ -26,14 +28,18 @@ class FlashLink {
   SerialFlash& Flash() { return *flash_; }
   const FlashGeometry& Geometry() const { return geometry_; }
   int16_t Device() const { return device_; }
-  // Closes the channel (ignoring errors) and opens and identifies it again;
-  // a ToolError if the flash is no longer the one it was.
+  // Closes the channel (ignoring errors), finds the same device in the driver's
+  // list again (by serial number, description and location, as plugging may
+  // have moved it) and opens and identifies it; a ToolError if the device or its
+  // flash is no longer the one it was.
   void Reopen();
   // Closes the channel; errors are raised.
   void Close();
 
  private:
   void Open();
+  // Where the device is in the driver's list now; a ToolError if nowhere.
+  int16_t Find() const;
 
   int16_t device_;
   double hz_;
@@ -41,6 +47,8 @@ class FlashLink {
   std::unique_ptr<clsFTDIMPSSE> mpsse_;
   std::unique_ptr<SerialFlash> flash_;
   FlashGeometry geometry_;
+  // The device as the driver's list showed it before it was opened.
+  std::optional<tDeviceInfo> identity_;
 };
 
 }  // namespace brevant::tool

@@ -145,8 +145,10 @@ void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
   // its size is known.
   if (const auto size = InputSize(file_)) {
     if (*size == 0) throw ToolError(file_ + " is empty: there is nothing to write");
-    FlashGeometry{.sizeBytes = uint64_t{1} << 32, .fourByteAddresses = true}.CheckRange(address,
-                                                                                      *size);
+    FlashGeometry largest;  // what 4-byte addresses reach
+    largest.sizeBytes = uint64_t{1} << 32;
+    largest.fourByteAddresses = true;
+    largest.CheckRange(address, *size);
   }
   FlashLink link(device_.Resolve(log), frequency_, log);
   const FlashGeometry& geometry = link.Geometry();
