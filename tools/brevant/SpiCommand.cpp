@@ -12,6 +12,8 @@
 #include "OutputFile.h"
 #include "Progress.h"
 #include "ToolError.h"
+#include "brevant/Error.h"
+#include "gateway/Formating.h"
 
 namespace brevant::tool {
 
@@ -163,7 +165,16 @@ void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
     Progress progress(data.size());
     counts = writer.Write(address, data, progress);
   }
-  if (const auto difference = Compare(link.Flash(), address, data)) Mismatch(*difference, "wrote");
+  std::optional<Difference> difference;
+  try {
+    difference = Compare(link.Flash(), address, data);
+  } catch (const Error& e) {
+    std::cerr << ErrorText(e.Number(), e.Description()) << '\n';
+    throw ToolError("spi write finished, but reading it back failed: check it with `brevant spi "
+                    "-d " + std::to_string(link.Device()) + " verify " + Hex(address) + " " +
+                    file_ + "`");
+  }
+  if (difference) Mismatch(*difference, "wrote");
   link.Close();
   Report("written", data.size(), address, counts);
 }
