@@ -143,18 +143,14 @@ void SpiCommand::Read(const std::shared_ptr<icLog>& log) const {
 
 void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
   const uint64_t address = ParseNumber(address_, "address");
-  // An empty or oversized file is refused before the device is opened, where
-  // its size is known.
-  if (const auto size = InputSize(file_)) {
-    if (*size == 0) throw ToolError(file_ + " is empty: there is nothing to write");
-    FlashGeometry largest;  // what 4-byte addresses reach
-    largest.sizeBytes = uint64_t{1} << 32;
-    largest.fourByteAddresses = true;
-    largest.CheckRange(address, *size);
-  }
+  // The size of a file is known before anything is read: an empty one is
+  // refused before the device is opened, one too large for the flash before
+  // anything is erased. Other inputs are read up to what fits.
+  const std::optional<uint64_t> size = InputSize(file_);
+  if (size == 0) throw ToolError(file_ + " is empty: there is nothing to write");
   FlashLink link(device_.Resolve(log), frequency_, log);
   const FlashGeometry& geometry = link.Geometry();
-  geometry.CheckRange(address, 1);
+  geometry.CheckRange(address, size.value_or(1));
   const std::vector<uint8_t> data = ReadInput(file_, geometry.sizeBytes - address);
   if (data.empty()) throw ToolError(file_ + " is empty: there is nothing to write");
   geometry.CheckRange(address, data.size());
