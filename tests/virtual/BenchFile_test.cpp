@@ -17,6 +17,7 @@
 #include "brevant/Error.h"
 #include "gateway/Driver.h"
 #include "support/Raised.h"
+#include "virtual/mpsse/MpsseBench.h"
 
 namespace brevant::testing {
 namespace {
@@ -61,6 +62,19 @@ TEST(BenchFile, DefaultFileIsTheBuiltInBenchAndItsDocument) {
   std::ifstream shipped(kDefault);
   EXPECT_EQ(nlohmann::json::parse(examples[0]), nlohmann::json::parse(shipped));
   for (const std::string& example : examples) EXPECT_EQ(Refusal(example), "loaded");
+}
+
+// The large-flash bench is the default one but for device 0's flash.
+TEST(BenchFile, LargeFlashBenchDiffersFromTheDefaultInItsFlashOnly) {
+  const std::string path = std::string(BREVANT_SOURCE_DIR) + "/benches/large-flash.json";
+  const auto bench = virt::LoadBenchFile(path);
+  EXPECT_EQ(virt::FlashOf(bench->Device(0))->SizeBytes(), 32u << 20);
+  nlohmann::json large = nlohmann::json::parse(std::ifstream(path));
+  EXPECT_EQ(large["wiring"][0]["spiFlash"],
+            nlohmann::json::parse(R"({"jedecId": "0xEF4019", "bytes": 33554432, "sfdp": true})"));
+  large["wiring"][0]["spiFlash"] =
+      nlohmann::json::parse(R"({"jedecId": "0xEF4016", "bytes": 4194304, "sfdp": true})");
+  EXPECT_EQ(large, nlohmann::json::parse(std::ifstream(kDefault)));
 }
 
 TEST(BenchFile, OddDevicesAndFaultsLoadAsWritten) {
