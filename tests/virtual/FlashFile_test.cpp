@@ -94,7 +94,9 @@ class FlashFileTest : public ::testing::Test {
     return Bytes(std::istreambuf_iterator<char>(file), {});
   }
 
-  const std::string folder = ::testing::TempDir() + "FlashFileTest";
+  // One folder per test: CTest runs them side by side.
+  const std::string folder = ::testing::TempDir() + "FlashFileTest." +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
   const std::string state = folder + "/state";
   const std::string flashFile = state + "/BV22H001A.flash";
 };
