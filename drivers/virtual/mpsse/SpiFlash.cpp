@@ -28,56 +28,48 @@ constexpr uint8_t kExit4Byte = 0xE9;
 
 // JESD216 (SFDP revision 1.0): an 8-byte header, one 8-byte parameter header,
 // and the 9-DWORD Basic Flash Parameter Table at 0x80, where real parts tend to
-// keep it. DWORDs are little-endian. Revision 1.0 with 9 DWORDs is what every
-// SFDP reader takes; the later 16-DWORD table describes fast reads this chip
-// does not have.
+// keep it; 0xFF between them. Every field is a little-endian DWORD. Revision 1.0
+// with 9 DWORDs is the form every SFDP reader accepts; the later 16-DWORD table
+// describes fast reads this chip does not have.
 constexpr uint32_t kBasicTableAt = 0x80;
-constexpr uint8_t kBasicTableDwords = 9;
 
 std::vector<uint8_t> SfdpTable(uint32_t sizeBytes) {
-  std::vector<uint8_t> table = {
-      'S',
-      'F',
-      'D',
-      'P',  // signature 0x50444653, little-endian
-      0x00,
-      0x01,  // revision 1.0: minor, then major
-      0x00,  // parameter headers less one
-      0xFF,  // access protocol: the legacy one (0x5A, 3 address bytes, 8 dummy clocks)
-      0x00,
-      0x00,
-      0x01,               // basic table: ID LSB, revision 1.0 (minor, major)
-      kBasicTableDwords,  //
-      kBasicTableAt,
-      0x00,
-      0x00,  // its address, 24 bits
-      0xFF,  // ID MSB
-  };
-  table.resize(kBasicTableAt, 0xFF);
   const uint64_t bits = uint64_t{sizeBytes} * 8;
-  // Address bytes (bits 18:17): 00 three only, 01 three or four.
-  const uint32_t addressing = sizeBytes > SpiFlash::k3ByteSpan ? 1u << 17 : 0;
-  const uint32_t dwords[kBasicTableDwords] = {
+  const uint32_t headers[] = {
+      0x50444653,  // signature "SFDP"
+      0xFF000100,  // revision 1.0 (minor, major), NPH 0 (one header), legacy access protocol
+      0x09010000,  // basic table: ID LSB 0x00, revision 1.0, 9 DWORDs long
+      0xFF000000 | kBasicTableAt,  // its 24-bit address, ID MSB 0xFF
+  };
+  const uint32_t basic[] = {
       // Unused bits 31:23 and 7:5 read 1; 0x20 erases 4 KiB (bits 15:8, and 01 in
-      // bits 1:0); pages of 64 bytes or more (bit 2); no fast reads (bits 22:19, 16).
-      0xFF8020E5 | addressing,
+      // bits 1:0); pages of 64 bytes or more (bit 2); no fast reads (bits 22:19,
+      // 16). Address bytes (bits 18:17): 00 three only, 01 three or four.
+      0xFF8020E5 | (sizeBytes > SpiFlash::k3ByteSpan ? 1u << 17 : 0),
       // Density: bits less one up to 2 Gbit, else 2^N bits with bit 31 set.
       bits <= (uint64_t{1} << 31) ? static_cast<uint32_t>(bits - 1)
                                   : 0x80000000u | static_cast<uint32_t>(std::countr_zero(bits)),
-      0x00000000,
-      0x00000000,  // 1-4-4, 1-1-4, 1-2-2, 1-1-2 reads: none
-      0xFFFFFFEE,  // 2-2-2 (bit 0) and 4-4-4 (bit 4) reads: none
-      0x0000FFFF,
-      0x0000FFFF,  // their parameters, empty
-      // Erase types, size as 2^N bytes then opcode: 4 KiB with 0x20; the other
-      // three absent (size 0).
+      0x00000000,  // no 1-4-4 or 1-1-4 reads
+      0x00000000,  // no 1-2-2 or 1-1-2 reads
+      0xFFFFFFEE,  // no 2-2-2 (bit 0) or 4-4-4 (bit 4) reads
+      0x0000FFFF,  // 2-2-2 read parameters: none
+      0x0000FFFF,  // 4-4-4 read parameters: none
+      // Erase types 1-4, each a size as 2^N bytes and an opcode: 4 KiB with 0x20;
+      // the other three absent (size 0).
       0xFF00200C,
       0xFF00FF00,
   };
-  for (const uint32_t dword : dwords) {
-    for (int shift = 0; shift < 32; shift += 8)
-      table.push_back(static_cast<uint8_t>(dword >> shift));
-  }
+  std::vector<uint8_t> table;
+  const auto append = [&table](std::span<const uint32_t> dwords) {
+    for (const uint32_t dword : dwords) {
+      for (int shift = 0; shift < 32; shift += 8) {
+        table.push_back(static_cast<uint8_t>(dword >> shift));
+      }
+    }
+  };
+  append(headers);
+  table.resize(kBasicTableAt, 0xFF);
+  append(basic);
   return table;
 }
 
