@@ -73,7 +73,9 @@ void Bench::Unplug(int index) {
 void Bench::KeepMemories(const std::string& directory) {
   std::error_code error;
   if (!std::filesystem::is_directory(directory, error)) {
-    throw StateError(directory + ": no such directory");
+    throw StateError(directory + (std::filesystem::exists(directory, error)
+                                      ? ": not a directory"
+                                      : ": no such directory"));
   }
   std::map<std::string, int> owners;  // file name -> device
   for (int index = 0; index < DeviceCount(); ++index) {
