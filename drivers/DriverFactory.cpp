@@ -38,6 +38,28 @@ std::shared_ptr<Ftd2xx> MakeLibftdi() {
 #endif
 }
 
+// BREVANT_BENCH_STATE names a directory where the bench keeps its chips'
+// memories, so that consecutive processes see one board. A set-user-ID program
+// takes no directory to write into from whoever runs it.
+const char* StateDirectory() {
+#ifdef _WIN32
+  return std::getenv("BREVANT_BENCH_STATE");
+#else
+  return secure_getenv("BREVANT_BENCH_STATE");
+#endif
+}
+
+std::shared_ptr<Ftd2xx> MakeVirtual(std::shared_ptr<virt::Bench> bench) {
+  if (const char* directory = StateDirectory(); directory && *directory) {
+    try {
+      bench->KeepMemories(directory);
+    } catch (const virt::StateError& e) {
+      throw Error(kErrDriverChoice, kDriverSource, e.what());
+    }
+  }
+  return std::make_shared<virt::VirtualDriver>(std::move(bench));
+}
+
 }  // namespace
 
 // The default is the vendor's library where it loads, else libftdi, so that a
@@ -56,18 +78,17 @@ std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
   }
   if (choice == "d2xx") return MakeD2xx();
   if (choice == "libftdi") return MakeLibftdi();
-  if (choice == "virtual") {
-    return std::make_shared<virt::VirtualDriver>(virt::MakeDefaultBench());
-  }
+  if (choice == "virtual") return MakeVirtual(virt::MakeDefaultBench());
   // "virtual:" followed by the path of a bench file.
   constexpr std::string_view kVirtualFile = "virtual:";
   if (choice.starts_with(kVirtualFile)) {
+    std::shared_ptr<virt::Bench> bench;
     try {
-      return std::make_shared<virt::VirtualDriver>(
-          virt::LoadBenchFile(std::string(choice.substr(kVirtualFile.size()))));
+      bench = virt::LoadBenchFile(std::string(choice.substr(kVirtualFile.size())));
     } catch (const virt::BenchFileError& e) {
       throw Error(kErrDriverChoice, kDriverSource, e.what());
     }
+    return MakeVirtual(std::move(bench));
   }
   throw Error(kErrDriverChoice, kDriverSource,
               "Unknown driver \"" + std::string(choice) +

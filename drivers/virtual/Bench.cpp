@@ -1,6 +1,9 @@
 #include "virtual/Bench.h"
 
+#include <algorithm>
 #include <array>
+#include <filesystem>
+#include <map>
 #include <stdexcept>
 
 #include "virtual/BitBangEngine.h"
@@ -20,6 +23,15 @@ constexpr std::array<PartModel, 4> kModels = {{
     {"FT2232H", 2, 6, 0x04036010, "Dual RS232-HS", 4096, 125},
     {"FT4232H", 4, 7, 0x04036011, "Quad RS232-HS", 2048, 125},
 }};
+
+// Serial numbers become file names only when they cannot climb out of the
+// directory or hide in it: letters, digits, '-' and '_'.
+bool IsSafeFileName(const std::string& serial) {
+  return !serial.empty() && std::all_of(serial.begin(), serial.end(), [](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '_';
+  });
+}
 
 }  // namespace
 
@@ -56,6 +68,35 @@ void Bench::Unplug(int index) {
   if (index < 0 || index >= DeviceCount()) throw std::out_of_range("no such device to unplug");
   devices_[static_cast<size_t>(index)]->Unplug();
   devices_.erase(devices_.begin() + index);
+}
+
+void Bench::KeepMemories(const std::string& directory) {
+  std::error_code error;
+  if (!std::filesystem::is_directory(directory, error)) {
+    throw StateError(directory + (std::filesystem::exists(directory, error)
+                                      ? ": not a directory"
+                                      : ": no such directory"));
+  }
+  std::map<std::string, int> owners;  // file name -> device
+  for (int index = 0; index < DeviceCount(); ++index) {
+    SpiFlash* flash = FlashOf(Device(index));
+    if (flash == nullptr) continue;
+    const std::string& serial = Device(index).Identity().serialNumber;
+    const std::string name =
+        (IsSafeFileName(serial) ? serial : "device" + std::to_string(index)) + ".flash";
+    const std::string path = (std::filesystem::path(directory) / name).string();
+    if (const auto [owner, added] = owners.emplace(name, index); !added) {
+      throw StateError(path + ": devices " + std::to_string(owner->second) + " and " +
+                       std::to_string(index) + " would share this file");
+    }
+    memories_.emplace_back(path, SharedDevice(index), *flash);
+  }
+}
+
+bool Bench::SaveMemories() {
+  bool saved = true;
+  for (FlashFile& memory : memories_) saved = memory.Save() && saved;
+  return saved;
 }
 
 std::shared_ptr<Bench> MakeDefaultBench() {

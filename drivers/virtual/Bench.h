@@ -18,6 +18,7 @@
 
 #include "virtual/Channel.h"
 #include "virtual/FaultPlan.h"
+#include "virtual/FlashFile.h"
 #include "virtual/VirtualClock.h"
 
 namespace brevant::virt {
@@ -68,10 +69,20 @@ class Bench {
   VirtualClock& Clock() { return clock_; }
   FaultPlan& Faults() { return faults_; }
 
+  // Keeps the memory of every SPI flash in `directory`, one file per chip named
+  // after its device's serial number (device<N> where that is empty or no safe
+  // file name): loads them now, and SaveMemories writes what changed. Throws
+  // StateError naming the path that cannot serve.
+  void KeepMemories(const std::string& directory);
+  // Brings the kept files up to date; false if one could not be written. The
+  // driver calls it after every call that can change a memory.
+  bool SaveMemories();
+
  private:
   VirtualClock clock_;
   FaultPlan faults_;
   std::vector<std::shared_ptr<Channel>> devices_;
+  std::vector<FlashFile> memories_;
 };
 
 // The built-in bench: a two-channel, a one-channel and a four-channel high-speed

@@ -1,13 +1,16 @@
 #include "virtual/BenchFile.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <nlohmann/json.hpp>
-#include <sstream>
+#include <set>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "virtual/mpsse/JtagChain.h"
 #include "virtual/mpsse/MpsseBench.h"
@@ -20,6 +23,8 @@ namespace {
 using nlohmann::json;
 
 constexpr uint8_t kMpsseMode = 2;  // peripherals on the serial pins need the MPSSE
+// A bench file is a page of text; anything larger is the wrong file.
+constexpr size_t kMaxFileBytes = 1 << 20;
 
 constexpr std::array<PartKind, 4> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
                                             PartKind::kFT2232H, PartKind::kFT4232H};
@@ -87,6 +92,11 @@ class Reader {
   std::string Text(const json& value, const std::string& place) const {
     if (!value.is_string()) Fail(place, "expected a text");
     return value.get<std::string>();
+  }
+
+  bool Boolean(const json& value, const std::string& place) const {
+    if (!value.is_boolean()) Fail(place, "expected true or false");
+    return value.get<bool>();
   }
 
   // A whole number from `low` to `high`; for a location also a "0x..." text,
@@ -179,13 +189,32 @@ class Reader {
     fault.nth =
         static_cast<int>(Number(Required(entry, place, "nth"), place + ".nth", 1, INT32_MAX));
     if (entry.contains("kind")) fault.kind = Named(entry.at("kind"), place + ".kind", kFaultKinds);
-    if (entry.contains("status")) fault.status = Status(entry.at("status"), place + ".status");
+    // A key the kind does not use would be silently ignored: refuse it instead.
+    const bool shortens =
+        fault.kind == FaultKind::kShortWrite || fault.kind == FaultKind::kShortRead;
+    if (fault.kind == FaultKind::kShortWrite && fault.call != Call::kWrite) {
+      Fail(place + ".kind", "shortWrite can only be planned on FT_Write");
+    }
+    if (fault.kind == FaultKind::kShortRead && fault.call != Call::kRead) {
+      Fail(place + ".kind", "shortRead can only be planned on FT_Read");
+    }
+    if (entry.contains("status")) {
+      if (fault.kind != FaultKind::kStatus) Fail(place + ".status", "only kind status takes one");
+      fault.status = Status(entry.at("status"), place + ".status");
+    }
     if (entry.contains("count")) {
+      if (!shortens) Fail(place + ".count", "only shortWrite and shortRead take one");
       fault.count =
           static_cast<uint32_t>(Number(entry.at("count"), place + ".count", 0, UINT32_MAX));
     }
     if (entry.contains("device")) {
+      if (fault.kind != FaultKind::kVanish) Fail(place + ".device", "only vanish takes one");
       fault.device = static_cast<int>(Number(entry.at("device"), place + ".device", 0, INT32_MAX));
+    }
+    if (fault.kind == FaultKind::kVanish && fault.device >= bench.DeviceCount()) {
+      Fail(place + ".device", "device " + std::to_string(fault.device) + " is beyond the list of " +
+                                  std::to_string(bench.DeviceCount()) +
+                                  ": there is nothing to unplug");
     }
     bench.Faults().Add(fault);
   }
@@ -210,15 +239,27 @@ class Reader {
   }
 
   void SpiFlashOn(Channel& channel, const json& entry, const std::string& place) const {
-    Keys(entry, place, {"jedecId", "bytes"});
+    Keys(entry, place, {"jedecId", "bytes", "sfdp"});
     const uint32_t id = static_cast<uint32_t>(
         Number(Required(entry, place, "jedecId"), place + ".jedecId", 0, 0xFFFFFF, true));
-    const uint32_t bytes = static_cast<uint32_t>(
-        Number(Required(entry, place, "bytes"), place + ".bytes", 4096, 1u << 30));
+    const uint64_t bytes =
+        Number(Required(entry, place, "bytes"), place + ".bytes", 4096, uint64_t{1} << 30);
+    // The ID's last byte gives the capacity as a power of two, so a reader of the
+    // ID and a reader of the size must find the same chip.
+    const unsigned capacity = id & 0xFF;
+    if (!std::has_single_bit(bytes)) {
+      Fail(place + ".bytes", std::to_string(bytes) + " is not a power of two");
+    }
+    if (bytes != uint64_t{1} << std::min(capacity, 63u)) {
+      Fail(place + ".bytes",
+           std::to_string(bytes) + " does not match the jedecId's capacity code " +
+               std::to_string(capacity) + ", which means 2^" + std::to_string(capacity) + " bytes");
+    }
+    const bool sfdp = entry.contains("sfdp") && Boolean(entry.at("sfdp"), place + ".sfdp");
     MpsseOf(channel).Attach(std::make_shared<SpiFlash>(
         std::array<uint8_t, 3>{static_cast<uint8_t>(id >> 16), static_cast<uint8_t>(id >> 8),
                                static_cast<uint8_t>(id)},
-        bytes));
+        static_cast<uint32_t>(bytes), sfdp));
   }
 
   void JtagOn(Channel& channel, const json& taps, const std::string& place) const {
@@ -305,13 +346,84 @@ class Reader {
   std::string name_;
 };
 
+// Follows the parser through the text, so that what the parsed value can no
+// longer show is refused by its place: a key given twice (the parser would keep
+// the last) and a NUL inside a text (which would cut a serial number short).
+class Places {
+ public:
+  explicit Places(const Reader& reader) : reader_(reader) {}
+
+  bool See(json::parse_event_t event, const json& parsed) {
+    using Event = json::parse_event_t;
+    switch (event) {
+      case Event::object_start:
+      case Event::array_start:
+        Element();
+        frames_.push_back({event == Event::array_start, -1, {}, {}});
+        break;
+      case Event::object_end:
+      case Event::array_end:
+        frames_.pop_back();
+        break;
+      case Event::key: {
+        Frame& frame = frames_.back();
+        frame.key.clear();  // the place of the object, until the key is known good
+        const std::string& key = parsed.get_ref<const std::string&>();
+        if (key.find('\0') != std::string::npos) reader_.Fail(Place(), "a NUL in a key");
+        frame.key = key;
+        if (!frame.keys.insert(key).second) reader_.Fail(Place(), "the key comes twice");
+        break;
+      }
+      case Event::value:
+        Element();
+        if (parsed.is_string() &&
+            parsed.get_ref<const std::string&>().find('\0') != std::string::npos) {
+          reader_.Fail(Place(), "a NUL in a text");
+        }
+        break;
+    }
+    return true;
+  }
+
+ private:
+  struct Frame {
+    bool array;
+    long index;
+    std::string key;
+    std::set<std::string> keys;
+  };
+
+  // A value begins: in a list, it is the next element.
+  void Element() {
+    if (!frames_.empty() && frames_.back().array) ++frames_.back().index;
+  }
+
+  std::string Place() const {
+    std::string place;
+    for (const Frame& frame : frames_) {
+      if (frame.array) {
+        place += "[" + std::to_string(frame.index) + "]";
+      } else if (!frame.key.empty()) {
+        place += (place.empty() ? "" : ".") + frame.key;
+      }
+    }
+    return place.empty() ? "top level" : place;
+  }
+
+  const Reader& reader_;
+  std::vector<Frame> frames_;
+};
+
 }  // namespace
 
 std::shared_ptr<Bench> LoadBenchText(const std::string& text, const std::string& name) {
   const Reader reader(name);
+  Places places(reader);
   json root;
   try {
-    root = json::parse(text);
+    root = json::parse(text, [&places](int, json::parse_event_t event, json& parsed) {
+      return places.See(event, parsed);
+    });
   } catch (const json::exception& e) {  // a syntax error, or a number out of range
     // The library's own "[json.exception...]" tag says nothing to a reader.
     std::string_view message = e.what();
@@ -324,11 +436,26 @@ std::shared_ptr<Bench> LoadBenchText(const std::string& text, const std::string&
 }
 
 std::shared_ptr<Bench> LoadBenchFile(const std::string& path) {
+  // Only a regular file: a FIFO or device would block or never end, and a
+  // directory has no text. The stat comes first because opening a FIFO blocks.
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (!std::filesystem::exists(status)) throw BenchFileError(path + ": cannot open the file");
+  if (!std::filesystem::is_regular_file(status)) {
+    throw BenchFileError(path + ": not a regular file");
+  }
   std::ifstream file(path, std::ios::binary);
   if (!file) throw BenchFileError(path + ": cannot open the file");
-  std::ostringstream text;
-  text << file.rdbuf();
-  return LoadBenchText(text.str(), path);
+  // One byte more than allowed tells a file that is too large.
+  std::string text(kMaxFileBytes + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (file.bad()) throw BenchFileError(path + ": cannot read the file");
+  text.resize(static_cast<size_t>(file.gcount()));
+  if (text.size() > kMaxFileBytes) {
+    throw BenchFileError(path + ": larger than " + std::to_string(kMaxFileBytes) +
+                         " bytes, too large for a bench file");
+  }
+  return LoadBenchText(text, path);
 }
 
 }  // namespace brevant::virt

@@ -217,7 +217,9 @@ FtStatus VirtualDriver::FT_Write(FtHandle handle, const void* buffer, uint32_t c
   if (taken > 0) bench_->Clock().Advance(channel->TransferUs());
   channel->HostWrite({static_cast<const uint8_t*>(buffer), taken});
   *written = taken;
-  return ft::kOk;
+  // Only written bytes reach a peripheral, so only here can a memory change; a
+  // flash is non-volatile, so its file is current before the call returns.
+  return bench_->SaveMemories() ? ft::kOk : ft::kIoError;
 }
 
 FtStatus VirtualDriver::FT_Read(FtHandle handle, void* buffer, uint32_t count, uint32_t* read) {

@@ -4,7 +4,9 @@
 #include "virtual/BenchFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -15,11 +17,15 @@
 #include "brevant/Error.h"
 #include "gateway/Driver.h"
 #include "support/Raised.h"
+#include "virtual/mpsse/MpsseBench.h"
 
 namespace brevant::testing {
 namespace {
 
 const std::string kDefault = std::string(BREVANT_SOURCE_DIR) + "/benches/default.json";
+// The start of a file with one MPSSE device, for what follows the device list.
+const std::string kOneDevice =
+    R"({"devices": [{"part": "FT232H", "serial": "Q", "location": 1}], )";
 
 std::string Refusal(const std::string& text) {
   try {
@@ -56,6 +62,19 @@ TEST(BenchFile, DefaultFileIsTheBuiltInBenchAndItsDocument) {
   std::ifstream shipped(kDefault);
   EXPECT_EQ(nlohmann::json::parse(examples[0]), nlohmann::json::parse(shipped));
   for (const std::string& example : examples) EXPECT_EQ(Refusal(example), "loaded");
+}
+
+// The large-flash bench is the default one but for device 0's flash.
+TEST(BenchFile, LargeFlashBenchDiffersFromTheDefaultInItsFlashOnly) {
+  const std::string path = std::string(BREVANT_SOURCE_DIR) + "/benches/large-flash.json";
+  const auto bench = virt::LoadBenchFile(path);
+  EXPECT_EQ(virt::FlashOf(bench->Device(0))->SizeBytes(), 32u << 20);
+  nlohmann::json large = nlohmann::json::parse(std::ifstream(path));
+  EXPECT_EQ(large["wiring"][0]["spiFlash"],
+            nlohmann::json::parse(R"({"jedecId": "0xEF4019", "bytes": 33554432, "sfdp": true})"));
+  large["wiring"][0]["spiFlash"] =
+      nlohmann::json::parse(R"({"jedecId": "0xEF4016", "bytes": 4194304, "sfdp": true})");
+  EXPECT_EQ(large, nlohmann::json::parse(std::ifstream(kDefault)));
 }
 
 TEST(BenchFile, OddDevicesAndFaultsLoadAsWritten) {
@@ -121,8 +140,72 @@ TEST(BenchFile, BadFilesNameFilePlaceAndProblem) {
        "unexpected ']'; expected string literal"},
       // Found by fuzzing: the parser's overflow is no parse error of its own kind.
       {"50E455", "lab.json: number overflow parsing '50E455'"},
+      // Keys a fault's kind would ignore, and faults no call can carry.
+      {kOneDevice + R"("faults": [{"call": "FT_Open", "nth": 1, "kind": "vanish", "device": 1}]})",
+       "lab.json: faults[0].device: device 1 is beyond the list of 1: there is nothing to unplug"},
+      {R"({"devices": [], "faults": [{"call": "FT_Open", "nth": 1, "kind": "vanish"}]})",
+       "lab.json: faults[0].device: device 0 is beyond the list of 0: there is nothing to unplug"},
+      {kOneDevice + R"("faults": [{"call": "FT_Read", "nth": 1, "kind": "shortWrite"}]})",
+       "lab.json: faults[0].kind: shortWrite can only be planned on FT_Write"},
+      {kOneDevice + R"("faults": [{"call": "FT_Write", "nth": 1, "kind": "shortRead"}]})",
+       "lab.json: faults[0].kind: shortRead can only be planned on FT_Read"},
+      {kOneDevice + R"("faults": [{"call": "FT_Read", "nth": 1, "count": 2}]})",
+       "lab.json: faults[0].count: only shortWrite and shortRead take one"},
+      {kOneDevice + R"("faults": [{"call": "FT_Read", "nth": 1, "kind": "vanish", "count": 2}]})",
+       "lab.json: faults[0].count: only shortWrite and shortRead take one"},
+      {kOneDevice +
+           R"("faults": [{"call": "FT_Read", "nth": 1, "kind": "shortRead", "device": 0}]})",
+       "lab.json: faults[0].device: only vanish takes one"},
+      {kOneDevice + R"("faults": [{"call": "FT_Read", "nth": 1, "kind": "vanish", "status": 4}]})",
+       "lab.json: faults[0].status: only kind status takes one"},
+      // A flash's size agrees with its JEDEC ID.
+      {kOneDevice +
+           R"("wiring": [{"device": 0, "spiFlash": {"jedecId": "0xEF4016", "bytes": 3145728}}]})",
+       "lab.json: wiring[0].spiFlash.bytes: 3145728 is not a power of two"},
+      {kOneDevice +
+           R"("wiring": [{"device": 0, "spiFlash": {"jedecId": "0xEF4019", "bytes": 4194304}}]})",
+       "lab.json: wiring[0].spiFlash.bytes: 4194304 does not match the jedecId's capacity code 25, "
+       "which means 2^25 bytes"},
+      {kOneDevice +
+           R"("wiring": [{"device": 0, "spiFlash": {"jedecId": "0xEF4016", "bytes": 4194304, "sfdp": 1}}]})",
+       "lab.json: wiring[0].spiFlash.sfdp: expected true or false"},
+      // What the parsed value would hide.
+      {R"({"devices": [], "devices": []})", "lab.json: devices: the key comes twice"},
+      {R"({"devices": [{"part": "FT232H", "serial": "A", "location": 1},
+           {"part": "FT232H", "serial": "B", "location": 2, "serial": "C"}]})",
+       "lab.json: devices[1].serial: the key comes twice"},
+      {R"({"devices": [{"serialNumber": "A\u0000B", "description": "", "location": 1}]})",
+       "lab.json: devices[0].serialNumber: a NUL in a text"},
+      {R"({"devices": [{"part": "FT232H", "serial": "A", "location": 1, "x\u0000": 0}]})",
+       "lab.json: devices[0]: a NUL in a key"},
   };
   for (const auto& c : cases) EXPECT_EQ(Refusal(c.text), c.message) << c.text;
+
+  // Files that are no bench file at all.
+  const std::string folder = ::testing::TempDir() + "BenchFileTest";
+  std::filesystem::create_directories(folder);
+  const std::string fifo = folder + "/fifo.json", large = folder + "/large.json";
+  std::filesystem::remove(fifo);
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  std::ofstream(large) << R"({"devices": [])" << std::string(1 << 20, ' ') << "}";
+  const struct {
+    std::string path;
+    std::string message;
+  } files[] = {
+      {folder, folder + ": not a regular file"},
+      {"/dev/zero", "/dev/zero: not a regular file"},
+      {fifo, fifo + ": not a regular file"},
+      {large, large + ": larger than 1048576 bytes, too large for a bench file"},
+  };
+  for (const auto& f : files) {
+    try {
+      virt::LoadBenchFile(f.path);
+      ADD_FAILURE() << f.path << " loaded";
+    } catch (const virt::BenchFileError& e) {
+      EXPECT_EQ(e.what(), f.message);
+    }
+  }
+  std::filesystem::remove_all(folder);
 }
 
 TEST(BenchFile, DriverChoiceReadsTheFile) {

@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include "virtual/mpsse/JtagChain.h"
-#include "virtual/mpsse/SpiFlash.h"
 
 namespace brevant::virt {
 
@@ -29,10 +28,16 @@ MpsseEngine& MpsseOf(Channel& channel) {
   return *engine;
 }
 
+SpiFlash* FlashOf(Channel& channel) {
+  auto* engine = dynamic_cast<MpsseEngine*>(channel.EngineFor(kModeMpsse));
+  return engine ? engine->Attached<SpiFlash>() : nullptr;
+}
+
 void WireDefaultPeripherals(Bench& bench) {
-  // A 32 Mbit flash with a well-known maker's ID: Winbond (EF), type 40, 4 MiB (16).
+  // A 32 Mbit flash with a well-known maker's ID: Winbond (EF), type 40, 4 MiB
+  // (16), which describes itself in SFDP as such parts do.
   MpsseOf(bench.Device(0))
-      .Attach(std::make_shared<SpiFlash>(std::array<uint8_t, 3>{0xEF, 0x40, 0x16}, 4u << 20));
+      .Attach(std::make_shared<SpiFlash>(std::array<uint8_t, 3>{0xEF, 0x40, 0x16}, 4u << 20, true));
   // First on TDI an ARM debug port (IR 4 bits, IDCODE instruction 0xE), then an
   // FPGA of the Artix-7 kind (IR 6 bits, IDCODE instruction 0x09).
   MpsseOf(bench.Device(1))

@@ -4,6 +4,7 @@
 
 #include "virtual/Bench.h"
 #include "virtual/mpsse/MpsseEngine.h"
+#include "virtual/mpsse/SpiFlash.h"
 
 namespace brevant::virt {
 
@@ -13,6 +14,9 @@ void InstallMpsse(Channel& channel, PartKind kind, int index);
 
 // The channel's MPSSE engine; throws std::logic_error if it has none.
 MpsseEngine& MpsseOf(Channel& channel);
+
+// The SPI flash wired to the channel's MPSSE pins, or null.
+SpiFlash* FlashOf(Channel& channel);
 
 // The default bench's peripherals: an SPI flash on device 0, a JTAG chain of two
 // TAPs on device 1, GPIO loops and LEDs on device 2.
