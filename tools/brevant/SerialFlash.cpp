@@ -116,3 +116,5 @@ void SerialFlash::WaitWhileBusy() {
     }
   }
 }
+
+}  // namespace brevant::tool
