@@ -108,7 +108,6 @@ const Case kCases[] = {
      "got.bin",
      std::string(16, '\xFF')},
     {"spi -d 0 read 0x3FFFF0 17 -o got.bin", 1, {}, {"go beyond it"}, "got.bin"},
-    {"spi -d 5 read 0 16 -o got.bin", 1, {}, {"ERROR !6302"}, "got.bin"},
     {"spi -d 0 read 0 zz -o got.bin", 2, {}, {"\"zz\" is no number"}},
     {"spi -d 0 read 0 1 -o no/such/dir", 1, {}, {"brevant: cannot write no/such/dir"}},
     {"spi -d 0 write 0x100 data.bin",
