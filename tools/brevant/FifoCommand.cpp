@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <limits>
 #include <optional>
 #include <vector>
 
+#include "Number.h"
 #include "OutputFile.h"
 #include "brevant/ByteArray.h"
 #include "brevant/clsFTDI245FIFO.h"
@@ -17,6 +19,9 @@ namespace {
 // Writes go in pieces this big, with what has come back read in between, so a
 // peer that answers every byte never fills the chip's receive buffer.
 constexpr int32_t kPiece = 4096;
+// What is sent is read whole first; more than this is taken for a mistake, such
+// as an endless device, not for a stream to hold in memory.
+constexpr uint64_t kMostSent = 256 * 1024 * 1024;
 
 using Clock = std::chrono::steady_clock;
 
@@ -59,27 +64,29 @@ class Receiver {
 }  // namespace
 
 FifoCommand::FifoCommand(CLI::App& app)
-    : command_(app.add_subcommand("fifo", "send and receive bytes over a 245 FIFO channel")) {
-  command_->add_option("-d,--device", device_, "device number")->required();
+    : command_(app.add_subcommand("fifo", "send and receive bytes over a 245 FIFO channel")),
+      device_(*command_) {
   // Without either there is nothing to do.
   CLI::Option_group* streams = command_->add_option_group("streams");
   streams->add_option("-s,--send", send_, "file to send, - for stdin");
   streams->add_option("-r,--receive", receive_, "file to receive into, - for stdout");
   streams->require_option(1, 0);
   command_->add_option("-n,--count", count_, "stop receiving after this many bytes")
-      ->check(CLI::PositiveNumber);
+      ->check(Within(1, std::numeric_limits<int32_t>::max()));
   command_->add_option("--timeout", timeoutMs_, "read time-out in ms that ends receiving")
-      ->check(CLI::Range(1, 60000));
+      ->check(Within(1, 60000));
 }
 
 void FifoCommand::Run(const std::shared_ptr<icLog>& log) const {
-  const std::vector<uint8_t> data = send_.empty() ? std::vector<uint8_t>{} : ReadInput(send_);
+  // The output first: a path that cannot be written fails before stdin is read.
   std::optional<OutputFile> output;
   if (!receive_.empty()) output.emplace(receive_);
+  const std::vector<uint8_t> data =
+      send_.empty() ? std::vector<uint8_t>{} : ReadInput(send_, kMostSent);
 
   clsFTDI245FIFO fifo;
   fifo.Log(log);
-  fifo.Initialize(device_);
+  fifo.Initialize(device_.Resolve(log));
   fifo.SetTimeOuts(timeoutMs_, 500);
   std::optional<Receiver> receiver;
   if (output) receiver.emplace(fifo, *output, count_);

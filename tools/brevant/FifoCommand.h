@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "DeviceChoice.h"
 #include "brevant/icLog.h"
 
 namespace brevant::tool {
@@ -21,7 +22,7 @@ class FifoCommand {
 
  private:
   CLI::App* command_;
-  int16_t device_ = 0;
+  DeviceChoice device_;
   std::string send_;
   std::string receive_;
   int32_t count_ = 0;

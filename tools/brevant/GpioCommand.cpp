@@ -117,8 +117,7 @@ void RunBitBang(int16_t device, const std::vector<Setting>& settings, bool read,
 }  // namespace
 
 GpioCommand::GpioCommand(CLI::App& app)
-    : command_(app.add_subcommand("gpio", "set and read pins by name")) {
-  command_->add_option("-d,--device", device_, "device number")->required();
+    : command_(app.add_subcommand("gpio", "set and read pins by name")), device_(*command_) {
   command_->add_flag("--bitbang", bitbang_, "pins D0-D7 in synchronous bit-bang mode");
   command_->add_flag("--read", read_, "print every pin's level (after setting any)");
   command_->add_option("settings", settings_, "PIN=0 or PIN=1, e.g. GPIOL0=1 GPIOH3=0");
@@ -128,10 +127,11 @@ void GpioCommand::Run(const std::shared_ptr<icLog>& log) const {
   const std::vector<Setting> settings = ParseSettings(settings_, bitbang_);
   // With nothing to set, there is only reading left to do.
   const bool read = read_ || settings.empty();
+  const int16_t device = device_.Resolve(log);
   if (bitbang_) {
-    RunBitBang(device_, settings, read, log);
+    RunBitBang(device, settings, read, log);
   } else {
-    RunMpsse(device_, settings, read, log);
+    RunMpsse(device, settings, read, log);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "DeviceChoice.h"
 #include "brevant/icLog.h"
 
 namespace brevant::tool {
@@ -22,7 +23,7 @@ class GpioCommand {
 
  private:
   CLI::App* command_;
-  int16_t device_ = 0;
+  DeviceChoice device_;
   bool read_ = false;
   bool bitbang_ = false;
   std::vector<std::string> settings_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -47,27 +48,12 @@ std::string Numbers(const tModuleInfo& module) {
   return text;
 }
 
-void PrintTables(std::ostream& out, int32_t deviceCount, const Array<tDeviceInfo>& devices,
-                 int32_t moduleCount, const Array<tModuleInfo>& modules) {
-  if (deviceCount == 0) {
-    out << "No devices.\n";
-    return;
-  }
-  std::vector<Row> rows;
-  for (int32_t i = 0; i < deviceCount; ++i) {
-    const tDeviceInfo& d = devices[i];
-    // A device that could not be read has nothing worth showing but its number.
-    rows.push_back(d.Error ? Row{std::to_string(d.Device), "unreadable", "", ""}
-                           : Row{std::to_string(d.Device), Location(d.LocationID), d.SerialNumber,
-                                 d.Description});
-  }
-  PrintTable(out, {"Device", "Location", "Serial number", "Description"}, rows);
-  out << '\n';
+void PrintModules(std::ostream& out, int32_t moduleCount, const Array<tModuleInfo>& modules) {
   if (moduleCount == 0) {
     out << "No modules.\n";
     return;
   }
-  rows.clear();
+  std::vector<Row> rows;
   for (int32_t m = 0; m < moduleCount; ++m) {
     const tModuleInfo& module = modules[m];
     rows.push_back({std::to_string(m), std::to_string(module.DeviceCount), module.SerialNumber,
@@ -106,6 +92,19 @@ void PrintJson(std::ostream& out, int32_t deviceCount, const Array<tDeviceInfo>&
 
 }  // namespace
 
+std::string DeviceTable(std::span<const tDeviceInfo> devices) {
+  std::vector<Row> rows;
+  for (const tDeviceInfo& d : devices) {
+    // A device that could not be read has nothing worth showing but its number.
+    rows.push_back(d.Error ? Row{std::to_string(d.Device), "unreadable", "", ""}
+                           : Row{std::to_string(d.Device), Location(d.LocationID), d.SerialNumber,
+                                 d.Description});
+  }
+  std::ostringstream out;
+  PrintTable(out, {"Device", "Location", "Serial number", "Description"}, rows);
+  return out.str();
+}
+
 void ListDevices(std::ostream& out, bool asJson, const std::shared_ptr<icLog>& log) {
   clsDeviceList list;
   list.Log(log);
@@ -117,8 +116,11 @@ void ListDevices(std::ostream& out, bool asJson, const std::shared_ptr<icLog>& l
   list.DiscernModules(deviceCount, devices, moduleCount, modules);
   if (asJson) {
     PrintJson(out, deviceCount, devices, moduleCount, modules);
+  } else if (deviceCount == 0) {
+    out << "No devices.\n";
   } else {
-    PrintTables(out, deviceCount, devices, moduleCount, modules);
+    out << DeviceTable(devices.Elements().first(static_cast<size_t>(deviceCount))) << '\n';
+    PrintModules(out, moduleCount, modules);
   }
 }
 

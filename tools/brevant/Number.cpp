@@ -1,6 +1,5 @@
 #include "Number.h"
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 
 namespace brevant::tool {
@@ -15,6 +14,24 @@ uint32_t ParseNumber(const std::string& text, const std::string& what) {
     throw CLI::ValidationError(what, "\"" + text + "\" is no number from 0 to 0xFFFFFFFF");
   }
   return value;
+}
+
+CLI::Validator Within(int64_t low, int64_t high) {
+  const std::string range = "from " + std::to_string(low) + " to " + std::to_string(high);
+  return CLI::Validator(
+      [=](const std::string& text) -> std::string {
+        int64_t value = 0;
+        const char* last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, value);
+        if (text.empty() || error == std::errc::invalid_argument || end != last) {
+          return "\"" + text + "\" is no whole number " + range;
+        }
+        if (error != std::errc{} || value < low || value > high) {
+          return text + " is not " + range;
+        }
+        return {};
+      },
+      "INT " + range);
 }
 
 }  // namespace brevant::tool

@@ -2,6 +2,7 @@
 // and lengths usually are.
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 
@@ -10,5 +11,10 @@ namespace brevant::tool {
 // The value of `text`; a usage error naming `what` unless all of it is a number
 // from 0 to 0xFFFFFFFF.
 uint32_t ParseNumber(const std::string& text, const std::string& what);
+
+// An option check that accepts whole decimal numbers from `low` to `high` and
+// says so in plain words ("--timeout: 0 is not from 1 to 60000"), where CLI11's
+// own ranges print their bounds as floating-point numbers.
+CLI::Validator Within(int64_t low, int64_t high);
 
 }  // namespace brevant::tool

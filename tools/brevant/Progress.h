@@ -19,6 +19,8 @@ class Progress {
  private:
   uint64_t total_;
   bool shown_;
+  // The widest line drawn, in characters: clearing blanks all of them.
+  int drawn_ = 0;
 };
 
 }  // namespace brevant::tool

@@ -1,5 +1,5 @@
-// `brevant version`: the library's version as Process reports it, and the
-// driver this run uses.
+// `brevant version` and `brevant --version`: the library's version as Process
+// reports it, and the driver this run uses.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,8 +12,9 @@ class VersionCommand {
   explicit VersionCommand(CLI::App& app);
 
   bool Chosen() const { return command_->parsed(); }
-  // `driver` is the choice made on the command line, empty if none.
-  void Run(const std::string& driver) const;
+  // Two lines, without the last line end. `driver` is the choice made on the
+  // command line, empty if none.
+  std::string Text(const std::string& driver) const;
 
  private:
   CLI::App* command_;

@@ -2,20 +2,27 @@
 //
 //   brevant list [--json]                     devices and modules
 //   brevant gpio -d 2 GPIOL0=1 GPIOH3=1       pins by name (--bitbang: D0-D7)
-//   brevant spi -d 0 jedec | read ADDR LEN -o FILE | write ADDR FILE
+//   brevant spi -d serial=BV22H001A jedec | read ADDR LEN FILE | write ADDR FILE
 //   brevant jtag -d 1                         the TAPs of a JTAG chain
 //   brevant fifo -d 0 --send FILE --receive FILE
-//   brevant version
-//   brevant select device | module -c 2         a person picks in a dialog
+//   brevant version                           (or --version)
+//   brevant select device | module -c 2       a person picks in a dialog
 //   brevant --bench benches/default.json --trace gpio -d 2 --read
 //   brevant list --driver libftdi             the chips on this machine, through libftdi
 //
-// A library error prints as the library shows it to a person ("ERROR !6102:
-// Device not opened") and exits with 1, as does a failure of the tool's own;
-// a usage error exits with 2.
+// Exit status: 0 done; 1 a library error (printed as the library shows it to a
+// person, "ERROR !6102: Device not opened"), or a failure of the tool's own; 2
+// a usage error; 3 a verify mismatch or nothing answering. Whatever fails, the
+// error is one message on stderr.
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <new>
 #include <string>
+#include <vector>
 
 #include "FifoCommand.h"
 #include "GpioCommand.h"
@@ -32,23 +39,61 @@
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kUsage = 2;
+using brevant::tool::ExitStatus;
+using brevant::tool::ToolError;
 
-}  // namespace
+int Code(ExitStatus status) {
+  return static_cast<int>(status);
+}
 
-int main(int argc, char** argv) {
+// The driver a run uses: --driver or --bench, else the environment's.
+std::string DriverInUse(const std::string& chosen) {
+  if (!chosen.empty()) return chosen;
+  const char* environment = std::getenv("BREVANT_DRIVER");
+  return environment == nullptr ? "" : environment;
+}
+
+// --state only means something to the virtual bench; the library reads it from
+// the environment when it makes the driver, so it goes there first.
+void KeepStateIn(const std::string& directory, const std::string& chosen) {
+  const std::string driver = DriverInUse(chosen);
+  if (driver != "virtual" && !driver.starts_with("virtual:")) {
+    throw ToolError("--state keeps the virtual bench's flash memories, and this run's driver is " +
+                        (driver.empty() ? std::string("the default (d2xx, else libftdi)") : driver),
+                    ExitStatus::kUsage);
+  }
+  setenv("BREVANT_BENCH_STATE", directory.c_str(), 1);
+}
+
+// Output that never reached stdout (a full disk, a closed pipe) is a failure
+// like any other, not a silent loss.
+void FinishStdout() {
+  errno = 0;
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return;
+  throw ToolError(std::string("cannot write stdout: ") +
+                  (errno != 0 ? std::strerror(errno) : "an earlier write failed"));
+}
+
+int Run(int argc, char** argv) {
   CLI::App app{"Brevant: FTDI devices from the command line"};
+  // Inherited by every command and theirs: an option of an outer command, the
+  // global ones included, may follow an inner one (`spi jedec -d 0 --trace`).
+  app.fallthrough();
   app.require_subcommand(1);
   std::string driver;
-  std::string bench;
+  std::string state;
   bool tracing = false;
   auto* driverOption =
       app.add_option("--driver", driver,
                      "d2xx, libftdi, virtual, virtual:BENCH.json (default: $BREVANT_DRIVER, "
                      "else d2xx where it loads, else libftdi)");
-  app.add_option("--bench", bench, "a virtual bench file: short for --driver virtual:FILE")
+  app.add_option_function<std::string>(
+         "--bench", [&](const std::string& file) { driver = "virtual:" + file; },
+         "a virtual bench file: short for --driver virtual:FILE")
       ->excludes(driverOption);
+  app.add_option("--state", state,
+                 "keep the virtual bench's flash memories in DIR across runs (virtual drivers)")
+      ->type_name("DIR");
   app.add_flag("--trace", tracing, "print every driver call's log line on stderr");
   bool asJson = false;
   CLI::App* list = app.add_subcommand("list", "list the devices and the modules they form");
@@ -59,12 +104,14 @@ int main(int argc, char** argv) {
   const brevant::tool::FifoCommand fifo(app);
   const brevant::tool::VersionCommand version(app);
   const brevant::tool::SelectCommand select(app);
-  // `brevant list --driver libftdi` reads as naturally as the option first.
-  for (CLI::App* command : app.get_subcommands({})) command->fallthrough();
+  // Added last, so that its callback sees --driver and --bench already set.
+  app.set_version_flag(
+      "--version", [&] { return version.Text(driver); },
+      "show the library version and the driver, as `version` does");
 
   try {
     app.parse(argc, argv);
-    if (!bench.empty()) driver = "virtual:" + bench;
+    if (!state.empty()) KeepStateIn(state, driver);
     if (!driver.empty()) brevant::UseDriver(driver);
     const auto log = brevant::tool::TraceLog::When(tracing);
     if (list->parsed()) brevant::tool::ListDevices(std::cout, asJson, log);
@@ -72,16 +119,44 @@ int main(int argc, char** argv) {
     if (spi.Chosen()) spi.Run(log);
     if (jtag.Chosen()) jtag.Run(log);
     if (fifo.Chosen()) fifo.Run(log);
-    if (version.Chosen()) version.Run(driver);
+    if (version.Chosen()) std::cout << version.Text(driver) << '\n';
     if (select.Chosen()) select.Run(log);
+  } catch (const CLI::RequiredError& e) {
+    // CLI11 checks what is missing before what is left over: `brevant
+    // frobnicate` is told about the word it does not know, not that a command
+    // is required.
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (unknown.empty()) {
+      app.exit(e);
+    } else {
+      app.exit(CLI::ExtrasError(unknown));
+    }
+    return Code(ExitStatus::kUsage);
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? 0 : kUsage;
+    // Help and --version end here too, with status 0.
+    if (app.exit(e) != 0) return Code(ExitStatus::kUsage);
   } catch (const brevant::Error& e) {
     std::cerr << brevant::ErrorText(e.Number(), e.Description()) << '\n';
-    return kFailed;
-  } catch (const brevant::tool::ToolError& e) {
+    return Code(ExitStatus::kFailed);
+  } catch (const ToolError& e) {
     std::cerr << "brevant: " << e.what() << '\n';
-    return kFailed;
+    return Code(e.Status());
   }
-  return 0;
+  FinishStdout();
+  return Code(ExitStatus::kDone);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Whatever escapes a command still ends as one line and status 1, never as
+  // an abort.
+  try {
+    return Run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    std::cerr << "brevant: out of memory\n";
+  } catch (const std::exception& e) {
+    std::cerr << "brevant: " << e.what() << '\n';
+  }
+  return Code(ExitStatus::kFailed);
 }
