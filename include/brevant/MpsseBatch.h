@@ -77,15 +77,6 @@ class MpsseBatch {
   // Each read appends its answer to `into`, a new Reply unless given, so that
   // several reads can make up one answer.
   void SetClockDivisor(int32_t Divisor);
-  // Queues the fastest SCK not above Hz that the part makes and returns that
-  // rate: FT232H, FT2232H and FT4232H from 30 MHz / (1 + divisor) with
-  // divide-by-5 off (0x8A), down to 30 MHz / 65536, and below that from
-  // 6 MHz / (1 + divisor) with it on (0x8B); any other part from the 6 MHz
-  // rule, with the divisor command only. The divisor is stored as
-  // SetClockDivisor stores it. A rate below the part's slowest, zero, negative
-  // or NaN raises errParameter (Source "clsFTDIMPSSE") and queues nothing; a
-  // failure of the first driver call that asks the part's type raises at once.
-  double SetFrequency(double Hz);
   void SetPortLow(uint8_t Value, uint8_t Direction);
   void SetPortHigh(uint8_t Value, uint8_t Direction);
   Reply ReadPortLow(Reply into = {});
@@ -102,6 +93,16 @@ class MpsseBatch {
   // The reply gets DataLength bits, the first read in bit 0.
   Reply TMSBitsInOut(uint8_t DataIn, uint8_t DataLength, eFTMPSSEClockPolarity ClockPolarityOut,
                      eFTMPSSEClockPolarity ClockPolarityIn, Reply into = {});
+
+  // Queues the fastest SCK not above Hz that the part makes and returns that
+  // rate: FT232H, FT2232H and FT4232H from 30 MHz / (1 + divisor) with
+  // divide-by-5 off (0x8A), down to 30 MHz / 65536, and below that from
+  // 6 MHz / (1 + divisor) with it on (0x8B); any other part from the 6 MHz
+  // rule, with the divisor command only. The divisor is stored as
+  // SetClockDivisor stores it. A rate below the part's slowest, zero, negative
+  // or NaN raises errParameter (Source "clsFTDIMPSSE") and queues nothing; a
+  // failure of the first driver call that asks the part's type raises at once.
+  double SetFrequency(double Hz);
 
   // Queues 0xAA, a command the chip does not know, whose answer FA AA marks a
   // point of the answer stream. If the answer there is anything else, Run looks

@@ -96,8 +96,9 @@ std::string WaylandProblem() {
   }
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path)
+  if (path.size() >= sizeof address.sun_path) {
     return "the Wayland socket path " + path + " is too long";
+  }
   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const bool answered =
