@@ -24,9 +24,20 @@ constexpr const char* kVendorLibrary = "FTD2XX.DLL";
 constexpr const char* kVendorLibrary = "libftd2xx.so";
 #endif
 
-std::shared_ptr<Ftd2xx> MakeD2xx() {
+// The file BREVANT_D2XX_LIBRARY names, or nullptr. A set-user-ID program does
+// not let its caller pick the code it loads.
+const char* NamedD2xxLibrary() {
+#ifdef _WIN32
   const char* path = std::getenv("BREVANT_D2XX_LIBRARY");
-  return std::make_shared<D2xxDriver>(path && *path ? path : kVendorLibrary);
+#else
+  const char* path = secure_getenv("BREVANT_D2XX_LIBRARY");
+#endif
+  return path && *path ? path : nullptr;
+}
+
+std::shared_ptr<Ftd2xx> MakeD2xx() {
+  const char* path = NamedD2xxLibrary();
+  return std::make_shared<D2xxDriver>(path ? path : kVendorLibrary);
 }
 
 // libftdi is a Linux backend; on Windows the vendor's library is the driver.
@@ -63,12 +74,15 @@ std::shared_ptr<Ftd2xx> MakeVirtual(std::shared_ptr<virt::Bench> bench) {
 }  // namespace
 
 // The default is the vendor's library where it loads, else libftdi, so that a
-// machine without the vendor's installer still reaches its chips.
+// machine without the vendor's installer still reaches its chips. A library
+// the user named is never passed over: if it fails, the error says so, rather
+// than another driver quietly taking the chips.
 std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
   if (choice.empty()) {
 #ifdef _WIN32
     return MakeD2xx();
 #else
+    if (NamedD2xxLibrary()) return MakeD2xx();
     try {
       return MakeD2xx();
     } catch (const Error&) {

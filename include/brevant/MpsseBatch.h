@@ -94,6 +94,16 @@ class MpsseBatch {
   Reply TMSBitsInOut(uint8_t DataIn, uint8_t DataLength, eFTMPSSEClockPolarity ClockPolarityOut,
                      eFTMPSSEClockPolarity ClockPolarityIn, Reply into = {});
 
+  // Queues the fastest SCK not above Hz that the part makes and returns that
+  // rate: FT232H, FT2232H and FT4232H from 30 MHz / (1 + divisor) with
+  // divide-by-5 off (0x8A), down to 30 MHz / 65536, and below that from
+  // 6 MHz / (1 + divisor) with it on (0x8B); any other part from the 6 MHz
+  // rule, with the divisor command only. The divisor is stored as
+  // SetClockDivisor stores it. A rate below the part's slowest, zero, negative
+  // or NaN raises errParameter (Source "clsFTDIMPSSE") and queues nothing; a
+  // failure of the first driver call that asks the part's type raises at once.
+  double SetFrequency(double Hz);
+
   // Queues 0xAA, a command the chip does not know, whose answer FA AA marks a
   // point of the answer stream. If the answer there is anything else, Run looks
   // for the chip's bad-command answer (0xFA and the refused byte) where a read
@@ -124,8 +134,8 @@ class MpsseBatch {
   bool Queue(std::vector<uint8_t>&& command, Slot slot);
   Reply QueueRead(std::vector<uint8_t>&& command, bool built, Reply into, size_t answer,
                   uint8_t bits = 0);
-  // The chip's buffer size, by the driver's device type.
-  size_t FifoBytes();
+  // The driver's device type, asked once per batch.
+  int32_t DeviceType();
   void Flush();
   static void Fill(const std::vector<Slot>& slots, const ByteArray& answer);
   // The error to raise when a marker did not come back: the refused byte and its
@@ -137,6 +147,7 @@ class MpsseBatch {
 
   clsFTDIMPSSE& channel_;
   clsFTD2xx& gateway_;
+  std::optional<int32_t> type_;
   size_t limit_ = 0;  // 0 until asked
   std::vector<uint8_t> commands_;
   std::vector<Slot> slots_;

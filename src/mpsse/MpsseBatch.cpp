@@ -19,20 +19,32 @@ constexpr uint8_t kBadCommand = 0xFA;
 constexpr uint8_t kMarker = 0xAA;
 constexpr uint8_t kSecondProbe = 0xAB;
 
-// Buffer sizes by the driver's device type: 4 the full-speed two-channel part,
-// 6 and 7 the high-speed two- and four-channel parts, 8 the one-channel one.
-// Anything else gets the smallest, which is safe on every part.
+// The driver's device types of the parts with an MPSSE.
+constexpr int32_t kTypeFT2232D = 4;
+constexpr int32_t kTypeFT2232H = 6;
+constexpr int32_t kTypeFT4232H = 7;
+constexpr int32_t kTypeFT232H = 8;
+
+// Buffer sizes by device type. Anything else gets the smallest, which is safe
+// on every part.
 size_t FifoOfType(int32_t type) {
   switch (type) {
-    case 6:
+    case kTypeFT2232H:
       return 4096;
-    case 7:
+    case kTypeFT4232H:
       return 2048;
-    case 8:
+    case kTypeFT232H:
       return 1024;
+    case kTypeFT2232D:
     default:
       return 384;
   }
+}
+
+// Only these know the clock commands 0x8A and 0x8B; any other part takes the
+// 6 MHz rule, which sends neither.
+bool HighSpeed(int32_t type) {
+  return type == kTypeFT2232H || type == kTypeFT4232H || type == kTypeFT232H;
 }
 
 }  // namespace
@@ -79,17 +91,20 @@ MpsseBatch::MpsseBatch(clsFTDIMPSSE& channel) : channel_(channel), gateway_(*cha
 
 MpsseBatch::~MpsseBatch() = default;
 
-size_t MpsseBatch::FifoBytes() {
-  int32_t type = 0, id = 0;
-  std::string serialNumber, description;
-  gateway_.FTGetDeviceInfo(type, id, serialNumber, description);
-  return FifoOfType(type);
+int32_t MpsseBatch::DeviceType() {
+  if (!type_) {
+    int32_t type = 0, id = 0;
+    std::string serialNumber, description;
+    gateway_.FTGetDeviceInfo(type, id, serialNumber, description);
+    type_ = type;
+  }
+  return *type_;
 }
 
 bool MpsseBatch::Queue(std::vector<uint8_t>&& command, Slot slot) {
   if (failure_) return false;
   try {
-    if (limit_ == 0) limit_ = FifoBytes();
+    if (limit_ == 0) limit_ = FifoOfType(DeviceType());
     // The whole write must fit the chip's command buffer, a byte kept free for
     // send immediate. Answers may be longer than its answer buffer: once that is
     // full the chip pauses the command that fills it until the host reads, and
@@ -128,6 +143,16 @@ void MpsseBatch::SetClockDivisor(int32_t Divisor) {
   mpsse::AppendClockDivisor(command, Divisor);
   channel_.ClockDivisor = Divisor;
   Queue(std::move(command), {});
+}
+
+double MpsseBatch::SetFrequency(double Hz) {
+  // What is wrong whatever the part raises before the driver is asked its type.
+  if (!(Hz > 0.0)) mpsse::RejectParameter("Invalid parameter");
+  mpsse::Bytes command;
+  const mpsse::Clock clock = mpsse::AppendFrequency(command, Hz, HighSpeed(DeviceType()));
+  channel_.ClockDivisor = clock.divisor;
+  Queue(std::move(command), {});
+  return clock.hz;
 }
 
 void MpsseBatch::SetPortLow(uint8_t Value, uint8_t Direction) {

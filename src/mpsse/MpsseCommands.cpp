@@ -1,5 +1,7 @@
 #include "mpsse/MpsseCommands.h"
 
+#include <algorithm>
+#include <cmath>
 #include <span>
 
 #include "brevant/Error.h"
@@ -22,6 +24,12 @@ constexpr uint8_t kReadHigh = 0x83;
 constexpr uint8_t kLoopbackOn = 0x84;
 constexpr uint8_t kLoopbackOff = 0x85;
 constexpr uint8_t kSetDivisor = 0x86;
+constexpr uint8_t kDivideBy5Off = 0x8A;
+constexpr uint8_t kDivideBy5On = 0x8B;
+// SCK with divisor 0: the high-speed parts' 60 MHz over two edges, and that
+// over 5 again, which is also where they start and all the full-speed part has.
+constexpr double kFastBase = 30e6;
+constexpr double kSlowBase = 6e6;
 // Transfer commands; the bit order adds 8, writing on -ve adds 1, reading on -ve 4.
 constexpr uint8_t kBytesOut = 0x10;
 constexpr uint8_t kBytesIn = 0x20;
@@ -54,6 +62,18 @@ bool CheckTms(uint8_t DataLength) {
   if (DataLength == 0) return false;
   RequireMasked(DataLength - 1, kTmsLengthMask, "Invalid data length");
   return true;
+}
+
+// The smallest divisor whose rate is not above Hz, or -1 when even the largest
+// is too fast. The quotient is corrected by one either way, as rounding may
+// leave it one off.
+int32_t DivisorFor(double base, double Hz) {
+  const double least = std::ceil(base / Hz) - 1.0;
+  if (least > kDivisorMask + 1.0) return -1;
+  auto divisor = static_cast<int32_t>(std::max(least, 0.0));
+  if (base / (divisor + 1.0) > Hz) ++divisor;
+  if (divisor > 0 && base / divisor <= Hz) --divisor;
+  return divisor > kDivisorMask ? -1 : divisor;
 }
 
 uint8_t Low(int32_t value) {
@@ -92,6 +112,18 @@ void RejectParameter(const char* message) {
 void AppendClockDivisor(Bytes& out, int32_t Divisor) {
   RequireMasked(Divisor, kDivisorMask, "Invalid parameter");
   out.insert(out.end(), {kSetDivisor, Low(Divisor), High(Divisor)});
+}
+
+Clock AppendFrequency(Bytes& out, double Hz, bool highSpeed) {
+  // NaN fails this comparison too.
+  if (!(Hz > 0.0)) RejectParameter("Invalid parameter");
+  int32_t divisor = highSpeed ? DivisorFor(kFastBase, Hz) : -1;
+  const bool fast = divisor >= 0;
+  if (!fast) divisor = DivisorFor(kSlowBase, Hz);
+  if (divisor < 0) RejectParameter("Invalid parameter");
+  if (highSpeed) out.push_back(fast ? kDivideBy5Off : kDivideBy5On);
+  AppendClockDivisor(out, divisor);
+  return {divisor, (fast ? kFastBase : kSlowBase) / (divisor + 1.0)};
 }
 
 void AppendSetPort(Bytes& out, bool high, uint8_t Value, uint8_t Direction) {

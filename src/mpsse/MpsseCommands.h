@@ -26,6 +26,17 @@ inline constexpr int32_t kDivisorMask = 0xFFFF;
 [[noreturn]] void RejectParameter(const char* message);
 
 void AppendClockDivisor(Bytes& out, int32_t Divisor);
+// The fastest SCK not above Hz that a part makes, and the divisor giving it.
+struct Clock {
+  int32_t divisor;
+  double hz;
+};
+// Appends what sets that clock. A high-speed part runs from 30 MHz with
+// divide-by-5 off (0x8A), or from 6 MHz with it on (0x8B) for a rate only that
+// reaches; the full-speed part has the 6 MHz rule alone and knows neither
+// command, so it gets the divisor only. Hz below the slowest rate, zero,
+// negative or NaN raises errParameter first.
+Clock AppendFrequency(Bytes& out, double Hz, bool highSpeed);
 // `high` picks the high port (ACBUS) over the low one (ADBUS).
 void AppendSetPort(Bytes& out, bool high, uint8_t Value, uint8_t Direction);
 void AppendReadPort(Bytes& out, bool high);

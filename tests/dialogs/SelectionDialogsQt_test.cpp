@@ -1,6 +1,9 @@
 // The Qt view, headless: keys, clicks and sizes reach the forms, and the client
 // gets what the user chose. Each test plays the user from a timer that fires
 // once the modal dialog runs its own event loop.
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <QApplication>
 #include <QDir>
 #include <QMessageBox>
@@ -8,9 +11,15 @@
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
+
+#include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <sstream>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "brevant/clsDeviceList.h"
 #include "gateway/Project.h"
@@ -158,6 +167,117 @@ TEST_F(WithoutApplication, DialogMakesItsOwn) {
   list.Log(std::make_shared<Player>());
   EXPECT_EQ(list.DialogSelectDevice("", ""), 2);
   EXPECT_EQ(QApplication::instance(), nullptr);
+}
+
+// The select-device path in a process of its own, started by the test below
+// with the window system's variables of each case; it prints what it got.
+TEST_F(WithoutApplication, DISABLED_SelectDeviceInAChild) {
+  clsDeviceList list;
+  list.Log(std::make_shared<Player>());
+  int32_t device = -1;
+  const Error e = Raised([&] { device = list.DialogSelectDevice("", ""); });
+  std::printf("result %d %s\n", e.Number() ? e.Number() : device, e.Description().c_str());
+}
+
+struct Child {
+  int status;
+  std::string out;
+};
+
+// This program again, running only the test above, with `variables` in place
+// of the window system's; `wrapper` (e.g. xvfb-run) starts it if given.
+Child RunChild(const std::vector<std::string>& variables, const std::vector<std::string>& wrapper) {
+  std::vector<std::string> environment;
+  for (char** v = environ; *v; ++v) {
+    const std::string_view entry(*v);
+    if (!entry.starts_with("DISPLAY=") && !entry.starts_with("WAYLAND_DISPLAY=") &&
+        !entry.starts_with("QT_QPA_PLATFORM=") && !entry.starts_with("XDG_SESSION_TYPE=") &&
+        !entry.starts_with("XDG_RUNTIME_DIR=")) {
+      environment.emplace_back(entry);
+    }
+  }
+  environment.insert(environment.end(), variables.begin(), variables.end());
+  std::vector<std::string> arguments = wrapper;
+  arguments.push_back(std::filesystem::read_symlink("/proc/self/exe").string());
+  arguments.push_back("--gtest_filter=WithoutApplication.DISABLED_SelectDeviceInAChild");
+  arguments.push_back("--gtest_also_run_disabled_tests");
+  auto pointers = [](std::vector<std::string>& strings) {
+    std::vector<char*> p;
+    for (std::string& s : strings) p.push_back(s.data());
+    p.push_back(nullptr);
+    return p;
+  };
+  int pipe[2];
+  EXPECT_EQ(::pipe(pipe), 0);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
+  posix_spawn_file_actions_addclose(&actions, pipe[0]);
+  pid_t pid = 0;
+  const int spawned = posix_spawnp(&pid, arguments[0].c_str(), &actions, nullptr,
+                                   pointers(arguments).data(), pointers(environment).data());
+  posix_spawn_file_actions_destroy(&actions);
+  close(pipe[1]);
+  Child child{-1, ""};
+  char buffer[4096];
+  for (ssize_t n; spawned == 0 && (n = read(pipe[0], buffer, sizeof buffer)) > 0;) {
+    child.out.append(buffer, static_cast<size_t>(n));
+  }
+  close(pipe[0]);
+  if (spawned == 0) waitpid(pid, &child.status, 0);
+  return child;
+}
+
+bool OnPath(const std::string& program) {
+  for (const QString& folder : QString::fromLocal8Bit(std::getenv("PATH")).split(u':')) {
+    if (access((folder.toStdString() + "/" + program).c_str(), X_OK) == 0) return true;
+  }
+  return false;
+}
+
+// Qt ends a process (qFatal) when its platform plugin is missing or its display
+// does not answer; the dialog must raise 0x80040000 + 6903 instead, and a usable
+// platform still shows it (Enter picks device 2).
+TEST(WindowSystem, AnUnusableOneRaisesAndTheProcessLivesOn) {
+  const std::string runtime = BREVANT_BINARY_DIR;
+  const struct {
+    const char* name;
+    std::vector<std::string> variables;
+    std::vector<std::string> wrapper;
+    const char* result;
+  } cases[] = {
+      {"NoXServer",
+       {"DISPLAY=:99"},
+       {},
+       "result -2147214601 No display to show the selection dialog on (platform xcb: the X "
+       "display :99 does not answer)"},
+      {"NoWaylandCompositor",
+       {"WAYLAND_DISPLAY=nowhere-0", "QT_QPA_PLATFORM=wayland", "XDG_RUNTIME_DIR=" + runtime},
+       {},
+       "result -2147214601 No display to show the selection dialog on (platform wayland: "},
+      {"NoSuchPlugin",
+       {"QT_QPA_PLATFORM=nosuchplatform"},
+       {},
+       "result -2147214601 No display to show the selection dialog on (platform nosuchplatform: "
+       "Qt has no platform plugin \"nosuchplatform\")"},
+      {"Offscreen", {"QT_QPA_PLATFORM=offscreen"}, {}, "result 2 \n"},
+      {"FallsBackAlongTheList",
+       {"QT_QPA_PLATFORM=nosuchplatform;offscreen:size=9"},
+       {},
+       "result 2 \n"},
+      {"Xvfb", {"QT_QPA_PLATFORM=xcb"}, {"xvfb-run", "-a"}, "result 2 \n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    if (!c.wrapper.empty() && !OnPath(c.wrapper[0])) {
+      std::printf("%s skipped: no %s\n", c.name, c.wrapper[0].c_str());
+      continue;
+    }
+    const Child child = RunChild(c.variables, c.wrapper);
+    ASSERT_TRUE(WIFEXITED(child.status)) << child.out;
+    EXPECT_EQ(WEXITSTATUS(child.status), 0) << child.out;
+    EXPECT_NE(child.out.find(c.result), std::string::npos) << child.out;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // MpsseBatch against the channel's members on the default bench: the same bytes
 // and answers, one round trip for the everyday jobs, the FIFO limit, bad commands
 // and failures.
+#include <cmath>
 #include <functional>
 #include <optional>
 #include <random>
@@ -271,6 +272,68 @@ TEST_F(MpsseBatchTest, NamesARefusedByteAndComesBackInStep) {
   batch.CheckCommands();
   batch.Run();
   EXPECT_EQ(again.Byte(), level);
+}
+
+// One part of each kind: the FT232H is device 0, the FT2232D 1 (the bench's
+// MPSSE channel) and 2, the FT2232H 3 and 4, the FT4232H 5 to 8 (MPSSE on 5 and
+// 6). High-speed parts reach 30 MHz / (d + 1) with 0x8A and 6 MHz / (d + 1) with
+// 0x8B; the FT2232D has only the latter and would answer FA to either command.
+TEST_F(MpsseBatchTest, SetFrequencyPicksTheFastestClockNotAboveTheRate) {
+  const struct {
+    const char* name;
+    int16_t device;
+    double hz;
+    Bytes wire;  // empty: refused
+    double chosen;
+  } cases[] = {
+      {"FT232HTop", 0, 30e6, {0x8A, 0x86, 0x00, 0x00}, 30e6},
+      {"FT232HAboveTop", 0, 1e9, {0x8A, 0x86, 0x00, 0x00}, 30e6},
+      {"FT232HJustBelowTop", 0, 29999999.0, {0x8A, 0x86, 0x01, 0x00}, 15e6},
+      {"FT2232HHalf", 3, 15e6, {0x8A, 0x86, 0x01, 0x00}, 15e6},
+      {"FT2232HJustBelowHalf", 4, 14999999.0, {0x8A, 0x86, 0x02, 0x00}, 10e6},
+      {"FT4232HSlowestAt30MHz", 5, 30e6 / 65536, {0x8A, 0x86, 0xFF, 0xFF}, 457.763671875},
+      // 6 MHz / 457.7 is 13109.02: the divisor 13109 (0x3335) gives 6 MHz / 13110.
+      {"FT4232HJustBelowThatTakes6MHz", 6, 457.7, {0x8B, 0x86, 0x35, 0x33}, 6e6 / 13110},
+      {"FT232HSlowest", 0, 6e6 / 65536, {0x8B, 0x86, 0xFF, 0xFF}, 91.552734375},
+      {"FT232HBelowSlowest", 0, 91.55, {}, 0},
+      {"FT2232DTop", 1, 6e6, {0x86, 0x00, 0x00}, 6e6},
+      {"FT2232DAboveTop", 1, 30e6, {0x86, 0x00, 0x00}, 6e6},
+      {"FT2232DJustBelowTop", 1, 5999999.0, {0x86, 0x01, 0x00}, 3e6},
+      {"FT2232DSlowest", 1, 6e6 / 65536, {0x86, 0xFF, 0xFF}, 91.552734375},
+      {"FT2232DBelowSlowest", 1, 91.55, {}, 0},
+      {"Zero", 3, 0.0, {}, 0},
+      {"Negative", 3, -1e6, {}, 0},
+      {"NaN", 3, std::nan(""), {}, 0},
+  };
+  bench = std::make_shared<virt::Bench>();
+  bench->AddPart(virt::PartKind::kFT232H, "BV32H", 0x0111);
+  bench->AddPart(virt::PartKind::kFT2232D, "BV22D", 0x0121);
+  bench->AddPart(virt::PartKind::kFT2232H, "BV22H", 0x0131);
+  bench->AddPart(virt::PartKind::kFT4232H, "BV42H", 0x0141);
+  SetUp();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    MpsseBatch batch(Open(c.device));
+    mpsse->SetClockDivisor(0x1234);
+    log->writes.clear();
+    double chosen = 0;
+    const Error e = Raised([&] { chosen = batch.SetFrequency(c.hz); });
+    batch.Run();
+    const int32_t divisor = c.wire.empty() ? 0x1234 : c.wire.end()[-2] | c.wire.end()[-1] << 8;
+    EXPECT_EQ(mpsse->GetClockDivisor(), divisor);
+    if (c.wire.empty()) {
+      EXPECT_EQ(e.Number(), static_cast<int32_t>(errFTDIMPSSE::errParameter));
+      EXPECT_EQ(e.Source(), "clsFTDIMPSSE");
+      EXPECT_EQ(e.Description(), "Invalid parameter");
+      EXPECT_TRUE(log->writes.empty());
+      continue;
+    }
+    EXPECT_EQ(e.Number(), 0) << e.Description();
+    EXPECT_EQ(chosen, c.chosen);
+    ASSERT_EQ(log->writes.size(), 1u);
+    EXPECT_EQ(log->writes[0].first, c.wire);
+    EXPECT_EQ(virt::MpsseOf(bench->Device(c.device)).ClockHz(), c.chosen);
+  }
 }
 
 // A failure while the batch ran by itself waits for Run; answers it would have

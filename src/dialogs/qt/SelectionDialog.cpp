@@ -3,10 +3,11 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMessageBox>
-#include <cstdlib>
+#include <string>
 
 #include "dialogs/DialogWindows.h"
 #include "dialogs/qt/QtDialogFactory.h"
+#include "dialogs/qt/WindowSystemProbe.h"
 
 namespace brevant {
 
@@ -35,23 +36,14 @@ int app_argc = 1;
 char app_name[] = "brevant";
 char* app_argv[] = {app_name, nullptr};
 
-// Qt ends the whole process when it finds no display to open; a client gets
-// an error it can handle instead.
-bool DisplayAvailable() {
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 ApplicationOnDemand::ApplicationOnDemand() {
   if (QApplication::instance() != nullptr) return;
-  if (!DisplayAvailable()) {
+  // Qt would end the whole process here; the client gets an error it can handle.
+  if (const std::string problem = WindowSystemProblem(); !problem.empty()) {
     throw Error(kErrDialogsNotBuilt, "clsDeviceList",
-                "No display to show the selection dialog on (set DISPLAY, or QT_QPA_PLATFORM)");
+                "No display to show the selection dialog on (" + problem + ")");
   }
   app_ = std::make_unique<QApplication>(app_argc, app_argv);
 }
