@@ -43,6 +43,8 @@ void FlashLink::Reopen() {
   }
   device_ = Find();
   Open();
+  // An erase or program cut short by the failure may still be running.
+  flash_->WaitWhileBusy();
   const FlashGeometry now = flash_->Identify(std::to_string(device_));
   if (now.sizeBytes != geometry_.sizeBytes) {
     throw ToolError("device " + std::to_string(device_) + " answers with another flash now");

@@ -137,11 +137,11 @@ std::optional<std::filesystem::path> FlashWriter::SaveRecovery(const Sector& sec
   const fs::path input = input_ == "-" ? fs::path("stdin") : fs::path(input_);
   const std::string name = input.filename().string() + ".recovery-" + Hex(sector.base);
   // Beside the input if its folder takes files, else here, else the temporary folder.
-  std::vector<fs::path> folders{input_ == "-" ? fs::path(".") : input.parent_path(), "."};
+  std::vector<fs::path> folders{input_ == "-" ? fs::path() : input.parent_path()};
+  if (!folders.front().empty()) folders.emplace_back();
   const char* temporary = std::getenv("TMPDIR");
   folders.push_back(temporary && *temporary ? temporary : "/tmp");
-  for (fs::path folder : folders) {
-    if (folder.empty()) folder = ".";
+  for (const fs::path& folder : folders) {
     for (int n = 1; n < 100; ++n) {
       const fs::path path = folder / (name + (n == 1 ? "" : "-" + std::to_string(n)) + ".bin");
       if (WriteNew(path, sector.held)) return path;

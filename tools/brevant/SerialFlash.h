@@ -19,8 +19,8 @@ class SerialFlash {
  public:
   static constexpr uint32_t kPageBytes = 256;
   static constexpr uint32_t kSectorBytes = 4096;
-  // One MPSSE command clocks at most 64 KiB.
-  static constexpr uint32_t kMaxReadBytes = 65536;
+  // The channel's transfers take lengths up to 0xFFFF bytes.
+  static constexpr uint32_t kMaxReadBytes = 0xFFFF;
 
   // Sets SCK to the fastest rate not above `hz` that the part makes and
   // deselects the flash; `mpsse` is open and stays the caller's.
@@ -45,6 +45,9 @@ class SerialFlash {
   void EraseSector(uint64_t address);
   // Programs `data` (at most one page, not crossing it) and waits until done.
   void ProgramPage(uint64_t address, std::span<const uint8_t> data);
+  // Polls the status register until the busy bit clears; a ToolError if it
+  // never does. A busy flash answers nothing but its status.
+  void WaitWhileBusy();
 
  private:
   // CS low, `out` sent, `inLength` bytes read, CS high; returns what was read.
@@ -53,9 +56,6 @@ class SerialFlash {
   // room for `payload` bytes.
   ByteArray Command(uint8_t threeByte, uint8_t fourByte, uint64_t address, size_t payload = 0) const;
   void WriteEnable();
-  // Polls the status register until the busy bit clears; a ToolError if it
-  // never does.
-  void WaitWhileBusy();
 
   clsFTDIMPSSE& mpsse_;
   MpsseBatch batch_;
