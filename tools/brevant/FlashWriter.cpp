@@ -1,17 +1,13 @@
 #include "FlashWriter.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <ranges>
 
+#include "OutputFile.h"
 #include "ToolError.h"
 #include "brevant/Error.h"
 #include "gateway/Formating.h"
@@ -45,25 +41,6 @@ std::optional<std::string> FailureOf(Job job) {
   } catch (const ToolError& e) {
     return std::string("brevant: ") + e.what();
   }
-}
-
-// Creates `path` with `bytes`, never replacing a file that is there.
-bool WriteNew(const std::filesystem::path& path, std::span<const uint8_t> bytes) {
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-  if (fd < 0) return false;
-  size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t wrote = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (wrote < 0 && errno == EINTR) continue;
-    if (wrote <= 0) break;
-    done += static_cast<size_t>(wrote);
-  }
-  const bool ok = done == bytes.size() && ::fsync(fd) == 0;
-  if (::close(fd) != 0 || !ok) {
-    ::unlink(path.c_str());
-    return false;
-  }
-  return true;
 }
 
 }  // namespace
@@ -144,8 +121,16 @@ std::optional<std::filesystem::path> FlashWriter::SaveRecovery(const Sector& sec
   for (const fs::path& folder : folders) {
     for (int n = 1; n < 100; ++n) {
       const fs::path path = folder / (name + (n == 1 ? "" : "-" + std::to_string(n)) + ".bin");
-      if (WriteNew(path, sector.held)) return path;
-      if (errno != EEXIST) break;
+      // Never over a file that is there: it may be an earlier run's recovery.
+      if (fs::exists(path)) continue;
+      try {
+        OutputFile file(path.string());
+        file.Write(sector.held);
+        file.Close();
+        return path;
+      } catch (const ToolError&) {
+        break;  // this folder takes no file; try the next
+      }
     }
   }
   return std::nullopt;

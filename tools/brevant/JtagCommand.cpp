@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "Number.h"
 #include "ToolError.h"
 #include "brevant/ByteArray.h"
 #include "brevant/MpsseBatch.h"
@@ -67,7 +68,7 @@ JtagCommand::JtagCommand(CLI::App& app)
       device_(*command_) {
   command_->add_option("-f,--frequency", frequency_,
                        "TCK in Hz, at most (default 30e6: the fastest the part makes up to 30 MHz)")
-      ->check(CLI::PositiveNumber);
+      ->check(Frequency());
 }
 
 void JtagCommand::Run(const std::shared_ptr<icLog>& log) const {

@@ -34,4 +34,18 @@ CLI::Validator Within(int64_t low, int64_t high) {
       "INT " + range);
 }
 
+CLI::Validator Frequency() {
+  return CLI::Validator(
+      [](const std::string& text) -> std::string {
+        double value = 0;
+        const char* last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, value);
+        if (text.empty() || error != std::errc{} || end != last || !(value > 0)) {
+          return "\"" + text + "\" is no frequency in Hz above 0";
+        }
+        return {};
+      },
+      "HZ");
+}
+
 }  // namespace brevant::tool

@@ -17,4 +17,8 @@ uint32_t ParseNumber(const std::string& text, const std::string& what);
 // own ranges print their bounds as floating-point numbers.
 CLI::Validator Within(int64_t low, int64_t high);
 
+// An option check for a clock rate in hertz, such as 30e6 or 400000: a number
+// above 0 ("--frequency: \"fast\" is no frequency in Hz above 0").
+CLI::Validator Frequency();
+
 }  // namespace brevant::tool

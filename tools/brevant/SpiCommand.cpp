@@ -73,7 +73,7 @@ SpiCommand::SpiCommand(CLI::App& app)
   command_->add_option("-f,--frequency", frequency_,
                        "SPI clock in Hz, at most (default 30e6: the fastest the part makes up "
                        "to 30 MHz)")
-      ->check(CLI::PositiveNumber);
+      ->check(Frequency());
   command_->require_subcommand(1);
   jedec_ = command_->add_subcommand("jedec", "show the flash's JEDEC ID, size and addressing");
   read_ = command_->add_subcommand("read", "copy bytes of the flash to a file");
@@ -91,7 +91,6 @@ SpiCommand::SpiCommand(CLI::App& app)
   verify_ = command_->add_subcommand("verify", "compare the flash with a file");
   verify_->add_option("address", address_, "first address (decimal or 0x...)")->required();
   verify_->add_option("file", file_, "file to compare, - for stdin")->required();
-  for (CLI::App* sub : command_->get_subcommands({})) sub->fallthrough();
 }
 
 void SpiCommand::Run(const std::shared_ptr<icLog>& log) const {
