@@ -44,6 +44,12 @@ demo: build
 	$(call step,"Pins by name; GPIOH1 follows GPIOH0 through a wire loop",gpio -d 2 GPIOH0=0 GPIOL0=1 --read)
 	$(call step,"The SPI flash on device 0",spi -d 0 jedec)
 	$(call step,"Writing a file into it: erase where needed then program and verify",spi -d 0 write 0x1000 README.md)
+	@mkdir -p $(BUILD)/demo-state
+	$(call step,"With --state the board keeps its flash between runs",--state $(BUILD)/demo-state spi -d 0 write 0x1000 README.md)
+	$(call step,"so a later run finds what an earlier one wrote",--state $(BUILD)/demo-state spi -d 0 verify 0x1000 README.md)
+	@printf '\n== %s\n   $$ brevant %s\n' "A 32 MiB flash: 4-byte addresses above 16 MiB" \
+	  '--bench benches/large-flash.json spi -d 0 jedec'
+	@$(BUILD)/brevant --bench benches/large-flash.json spi -d 0 jedec
 	$(call step,"The JTAG chain on device 1 (TAP 0 is nearest TDO)",jtag -d 1)
 	$(call step,"Every driver call of a command with --trace",--trace gpio -d 2 --read)
 	$(call step,"A failure: device 5 is no MPSSE channel (exit status 1)",spi -d 5 jedec || true)

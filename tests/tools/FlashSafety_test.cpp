@@ -89,14 +89,13 @@ struct Sweep {
 class FlashSafety : public ::testing::TestWithParam<Sweep> {
  protected:
   static void SetUpTestSuite() {
-    dir_ = new fs::path(fs::temp_directory_path() /
-                        ("brevant-flash-" + std::to_string(getpid())));
+    dir_ = new fs::path(fs::temp_directory_path() / ("brevant-flash-" + std::to_string(getpid())));
     fs::create_directories(*dir_ / "base");
     Put(*dir_ / "old.bin", Text(kData));
     Put(*dir_ / "new.bin", Text(kNew));
     Put(*dir_ / "clean.json", Bench(""));
-    const ToolRun fill =
-        Tool("--bench clean.json --state base spi -d 0 write " + std::to_string(kOldAt) + " old.bin");
+    const ToolRun fill = Tool("--bench clean.json --state base spi -d 0 write " +
+                              std::to_string(kOldAt) + " old.bin");
     ASSERT_EQ(fill.status, 0) << fill.err;
     ASSERT_EQ(Image(*dir_ / "base"), kOld);
   }
@@ -186,7 +185,8 @@ INSTANTIATE_TEST_SUITE_P(
         Sweep{"StatusOnRead", "FT_Read", R"("call": "FT_Read", "status": 4)", false},
         Sweep{"ShortWrite", "FT_Write", R"("call": "FT_Write", "kind": "shortWrite", "count": 2)",
               false},
-        Sweep{"ShortRead", "FT_Read", R"("call": "FT_Read", "kind": "shortRead", "count": 0)", false},
+        Sweep{"ShortRead", "FT_Read", R"("call": "FT_Read", "kind": "shortRead", "count": 0)",
+              false},
         Sweep{"Unplugged", "FT_Write", kSweepUnplug, false},
         Sweep{"StatusOnWriteNoRepair", "FT_Write", R"("call": "FT_Write", "status": 4)", true},
         Sweep{"StatusOnReadNoRepair", "FT_Read", R"("call": "FT_Read", "status": 4)", true}),
@@ -199,9 +199,9 @@ TEST(LargeFlash, WritesAbove16MiBWithFourByteAddresses) {
   fs::create_directories(dir / "state");
   Put(dir / "old.bin", Text(kData));
   Put(dir / "new.bin", Text(kNew));
-  const std::string bench =
-      "--bench " + (fs::path(BREVANT_SOURCE_DIR) / "benches/large-flash.json").string() +
-      " --state state ";
+  const std::string bench = "--bench " +
+                            (fs::path(BREVANT_SOURCE_DIR) / "benches/large-flash.json").string() +
+                            " --state state ";
   ASSERT_EQ(RunTool(dir, bench + "spi -d 0 write 0 old.bin").status, 0);
   const ToolRun high = RunTool(dir, "--trace " + bench + "spi -d 0 write 0x1000000 new.bin");
   ASSERT_EQ(high.status, 0) << high.err;

@@ -25,10 +25,10 @@ constexpr uint8_t kBasicIdHigh = 0xFF;
 // Fields of the basic table's first two words.
 constexpr uint32_t kEraseSizesMask = 0x3;  // bits 1:0; 01 means 4 KiB erase everywhere
 constexpr uint32_t kUniform4KiB = 0x1;
-constexpr int kEraseOpcodeShift = 8;     // bits 15:8
-constexpr int kAddressBytesShift = 17;   // bits 18:17
-constexpr uint32_t kThreeOrFour = 0x1;   // 01
-constexpr uint32_t kFourOnly = 0x2;      // 10
+constexpr int kEraseOpcodeShift = 8;    // bits 15:8
+constexpr int kAddressBytesShift = 17;  // bits 18:17
+constexpr uint32_t kThreeOrFour = 0x1;  // 01
+constexpr uint32_t kFourOnly = 0x2;     // 10
 constexpr uint32_t kDensityIsPower = 0x80000000;
 
 uint32_t Word(std::span<const uint8_t> bytes, size_t at) {
@@ -49,8 +49,7 @@ void FlashGeometry::CheckRange(uint64_t address, uint64_t length) const {
   if (address < reach && length <= reach - address) return;
   std::string what = "the flash holds " + std::to_string(sizeBytes) + " bytes";
   if (reach < sizeBytes) what += " but takes 3-byte addresses only, which reach " + Hex(reach);
-  throw ToolError(what + "; " + std::to_string(length) + " from " + Hex(address) +
-                  " go beyond it");
+  throw ToolError(what + "; " + std::to_string(length) + " from " + Hex(address) + " go beyond it");
 }
 
 std::optional<FlashGeometry> GeometryFromSfdp(std::span<const uint8_t> sfdp) {

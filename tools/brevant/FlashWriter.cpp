@@ -75,9 +75,9 @@ FlashWriter::Counts FlashWriter::Write(uint64_t address, std::span<const uint8_t
 
 void FlashWriter::WriteSector(Sector& sector, Counts& counts) {
   SerialFlash& flash = link_.Flash();
-  const bool mustErase = std::ranges::any_of(
-      std::views::iota(size_t{0}, sector.held.size()),
-      [&](size_t i) { return (sector.wanted[i] & ~sector.held[i]) != 0; });
+  const bool mustErase =
+      std::ranges::any_of(std::views::iota(size_t{0}, sector.held.size()),
+                          [&](size_t i) { return (sector.wanted[i] & ~sector.held[i]) != 0; });
   std::vector<uint8_t> now = sector.held;
   if (mustErase) {
     // From the moment the erase is sent, this process holds the only copy of
@@ -98,8 +98,8 @@ void FlashWriter::WriteSector(Sector& sector, Counts& counts) {
 std::optional<std::string> FlashWriter::Repair(const Sector& sector) {
   return FailureOf([&] {
     link_.Reopen();
-    Sector again{.base = sector.base, .held = std::vector<uint8_t>(kSector),
-                 .wanted = sector.wanted};
+    Sector again{
+        .base = sector.base, .held = std::vector<uint8_t>(kSector), .wanted = sector.wanted};
     link_.Flash().Read(sector.base, again.held);
     Counts ignored;
     WriteSector(again, ignored);
@@ -136,16 +136,15 @@ std::optional<std::filesystem::path> FlashWriter::SaveRecovery(const Sector& sec
   return std::nullopt;
 }
 
-void FlashWriter::Stopped(const std::string& cause, uint64_t address, uint64_t end,
-                          uint64_t done, const Sector& sector) {
+void FlashWriter::Stopped(const std::string& cause, uint64_t address, uint64_t end, uint64_t done,
+                          const Sector& sector) {
   std::cerr << cause << '\n';
   const std::string head = "spi write stopped at " + Hex(sector.base) + ": ";
   const std::string again = " Run the same command again to finish.";
   const std::string written = done > address ? Span(address, done) + " written, " : "";
   if (!sector.erased) {
     throw ToolError(head + written + Span(done, end) +
-                    " not or only partly written; nothing outside that range was changed." +
-                    again);
+                    " not or only partly written; nothing outside that range was changed." + again);
   }
   const auto repairFailure = Repair(sector);
   if (!repairFailure) {
@@ -171,8 +170,8 @@ void FlashWriter::Stopped(const std::string& cause, uint64_t address, uint64_t e
     throw ToolError(lost + ", and no recovery file could be written for them.");
   }
   throw ToolError(lost + "; those are saved in " + saved->string() +
-                  ". Put them back with `brevant spi -d " + device_ + " write " +
-                  Hex(sector.base) + " " + saved->string() + "`, then run this write again.");
+                  ". Put them back with `brevant spi -d " + device_ + " write " + Hex(sector.base) +
+                  " " + saved->string() + "`, then run this write again.");
 }
 
 }  // namespace brevant::tool

@@ -66,8 +66,9 @@ std::vector<Tap> SplitChain(const ByteArray& bits) {
 JtagCommand::JtagCommand(CLI::App& app)
     : command_(app.add_subcommand("jtag", "list the TAPs of a JTAG chain by IDCODE")),
       device_(*command_) {
-  command_->add_option("-f,--frequency", frequency_,
-                       "TCK in Hz, at most (default 30e6: the fastest the part makes up to 30 MHz)")
+  command_
+      ->add_option("-f,--frequency", frequency_,
+                   "TCK in Hz, at most (default 30e6: the fastest the part makes up to 30 MHz)")
       ->check(Frequency());
 }
 

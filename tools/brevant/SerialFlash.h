@@ -54,7 +54,8 @@ class SerialFlash {
   ByteArray Transaction(const ByteArray& out, int32_t inLength = 0);
   // The command byte and the address in as many bytes as the flash takes, then
   // room for `payload` bytes.
-  ByteArray Command(uint8_t threeByte, uint8_t fourByte, uint64_t address, size_t payload = 0) const;
+  ByteArray Command(uint8_t threeByte, uint8_t fourByte, uint64_t address,
+                    size_t payload = 0) const;
   void WriteEnable();
 
   clsFTDIMPSSE& mpsse_;

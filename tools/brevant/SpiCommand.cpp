@@ -70,9 +70,10 @@ void Report(const char* what, uint64_t bytes, uint64_t address, const FlashWrite
 SpiCommand::SpiCommand(CLI::App& app)
     : command_(app.add_subcommand("spi", "a serial NOR flash on an MPSSE channel")),
       device_(*command_) {
-  command_->add_option("-f,--frequency", frequency_,
-                       "SPI clock in Hz, at most (default 30e6: the fastest the part makes up "
-                       "to 30 MHz)")
+  command_
+      ->add_option("-f,--frequency", frequency_,
+                   "SPI clock in Hz, at most (default 30e6: the fastest the part makes up "
+                   "to 30 MHz)")
       ->check(Frequency());
   command_->require_subcommand(1);
   jedec_ = command_->add_subcommand("jedec", "show the flash's JEDEC ID, size and addressing");
@@ -109,8 +110,8 @@ void SpiCommand::Jedec(const std::shared_ptr<icLog>& log) const {
       "JEDEC ID %02X %02X %02X: manufacturer 0x%02X, type 0x%02X, %llu bytes (from the %s), "
       "%d-byte addresses, SPI clock %s\n",
       id >> 16, (id >> 8) & 0xFF, id & 0xFF, id >> 16, (id >> 8) & 0xFF,
-      static_cast<unsigned long long>(g.sizeBytes), g.source.c_str(),
-      g.fourByteAddresses ? 4 : 3, Megahertz(link.Flash().ClockHz()).c_str());
+      static_cast<unsigned long long>(g.sizeBytes), g.source.c_str(), g.fourByteAddresses ? 4 : 3,
+      Megahertz(link.Flash().ClockHz()).c_str());
   link.Close();
 }
 
@@ -165,9 +166,10 @@ void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
     difference = Compare(link.Flash(), address, data);
   } catch (const Error& e) {
     std::cerr << ErrorText(e.Number(), e.Description()) << '\n';
-    throw ToolError("spi write finished, but reading it back failed: check it with `brevant spi "
-                    "-d " + std::to_string(link.Device()) + " verify " + Hex(address) + " " +
-                    file_ + "`");
+    throw ToolError(
+        "spi write finished, but reading it back failed: check it with `brevant spi "
+        "-d " +
+        std::to_string(link.Device()) + " verify " + Hex(address) + " " + file_ + "`");
   }
   if (difference) Mismatch(*difference, "wrote");
   link.Close();
@@ -191,7 +193,8 @@ void SpiCommand::Erase(const std::shared_ptr<icLog>& log) const {
     Progress progress(length);
     counts = writer.Write(address, erased, progress);
   }
-  if (const auto difference = Compare(link.Flash(), address, erased)) Mismatch(*difference, "erased");
+  if (const auto difference = Compare(link.Flash(), address, erased))
+    Mismatch(*difference, "erased");
   link.Close();
   Report("erased", length, address, counts);
 }
