@@ -84,6 +84,7 @@ struct Sweep {
   const char* fault;  // the entry of "faults" but for "nth"
   // Also refuse the second FT_Open, the one a repair needs.
   bool noRepair;
+  friend void PrintTo(const Sweep& s, std::ostream* os) { *os << s.name; }
 };
 
 class FlashSafety : public ::testing::TestWithParam<Sweep> {
