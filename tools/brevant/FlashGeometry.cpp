@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Number.h"
 #include "ToolError.h"
 
 namespace brevant::tool {
@@ -36,20 +37,16 @@ uint32_t Word(std::span<const uint8_t> bytes, size_t at) {
                                bytes[at + 3] << 24);
 }
 
-std::string Hex(uint64_t value) {
-  char text[24];
-  std::snprintf(text, sizeof text, "0x%06llX", static_cast<unsigned long long>(value));
-  return text;
-}
-
 }  // namespace
 
 void FlashGeometry::CheckRange(uint64_t address, uint64_t length) const {
   const uint64_t reach = fourByteAddresses ? sizeBytes : std::min(sizeBytes, kThreeByteReach);
   if (address < reach && length <= reach - address) return;
   std::string what = "the flash holds " + std::to_string(sizeBytes) + " bytes";
-  if (reach < sizeBytes) what += " but takes 3-byte addresses only, which reach " + Hex(reach);
-  throw ToolError(what + "; " + std::to_string(length) + " from " + Hex(address) + " go beyond it");
+  if (reach < sizeBytes)
+    what += " but takes 3-byte addresses only, which reach " + AddressText(reach);
+  throw ToolError(what + "; " + std::to_string(length) + " from " + AddressText(address) +
+                  " go beyond it");
 }
 
 std::optional<FlashGeometry> GeometryFromSfdp(std::span<const uint8_t> sfdp) {

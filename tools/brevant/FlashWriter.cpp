@@ -7,6 +7,7 @@
 #include <iostream>
 #include <ranges>
 
+#include "Number.h"
 #include "OutputFile.h"
 #include "ToolError.h"
 #include "brevant/Error.h"
@@ -19,15 +20,9 @@ namespace {
 constexpr uint64_t kSector = SerialFlash::kSectorBytes;
 constexpr uint64_t kPage = SerialFlash::kPageBytes;
 
-std::string Hex(uint64_t value) {
-  char text[24];
-  std::snprintf(text, sizeof text, "0x%06llX", static_cast<unsigned long long>(value));
-  return text;
-}
-
 // [from, to) as people write it: first and last address.
 std::string Span(uint64_t from, uint64_t to) {
-  return Hex(from) + "-" + Hex(to - 1);
+  return AddressText(from) + "-" + AddressText(to - 1);
 }
 
 // The text a failure shows a person, whichever kind it is.
@@ -112,7 +107,7 @@ std::optional<std::string> FlashWriter::Repair(const Sector& sector) {
 std::optional<std::filesystem::path> FlashWriter::SaveRecovery(const Sector& sector) const {
   namespace fs = std::filesystem;
   const fs::path input = input_ == "-" ? fs::path("stdin") : fs::path(input_);
-  const std::string name = input.filename().string() + ".recovery-" + Hex(sector.base);
+  const std::string name = input.filename().string() + ".recovery-" + AddressText(sector.base);
   // Beside the input if its folder takes files, else here, else the temporary folder.
   std::vector<fs::path> folders{input_ == "-" ? fs::path() : input.parent_path()};
   if (!folders.front().empty()) folders.emplace_back();
@@ -139,7 +134,7 @@ std::optional<std::filesystem::path> FlashWriter::SaveRecovery(const Sector& sec
 void FlashWriter::Stopped(const std::string& cause, uint64_t address, uint64_t end, uint64_t done,
                           const Sector& sector) {
   std::cerr << cause << '\n';
-  const std::string head = "spi write stopped at " + Hex(sector.base) + ": ";
+  const std::string head = "spi write stopped at " + AddressText(sector.base) + ": ";
   const std::string again = " Run the same command again to finish.";
   const std::string written = done > address ? Span(address, done) + " written, " : "";
   if (!sector.erased) {
@@ -170,8 +165,9 @@ void FlashWriter::Stopped(const std::string& cause, uint64_t address, uint64_t e
     throw ToolError(lost + ", and no recovery file could be written for them.");
   }
   throw ToolError(lost + "; those are saved in " + saved->string() +
-                  ". Put them back with `brevant spi -d " + device_ + " write " + Hex(sector.base) +
-                  " " + saved->string() + "`, then run this write again.");
+                  ". Put them back with `brevant spi -d " + device_ + " write " +
+                  AddressText(sector.base) + " " + saved->string() +
+                  "`, then run this write again.");
 }
 
 }  // namespace brevant::tool

@@ -1,6 +1,7 @@
 #include "Number.h"
 
 #include <charconv>
+#include <cstdio>
 
 namespace brevant::tool {
 
@@ -14,6 +15,12 @@ uint32_t ParseNumber(const std::string& text, const std::string& what) {
     throw CLI::ValidationError(what, "\"" + text + "\" is no number from 0 to 0xFFFFFFFF");
   }
   return value;
+}
+
+std::string AddressText(uint64_t address) {
+  char text[24];
+  std::snprintf(text, sizeof text, "0x%06llX", static_cast<unsigned long long>(address));
+  return text;
 }
 
 CLI::Validator Within(int64_t low, int64_t high) {

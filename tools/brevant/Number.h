@@ -12,6 +12,10 @@ namespace brevant::tool {
 // from 0 to 0xFFFFFFFF.
 uint32_t ParseNumber(const std::string& text, const std::string& what);
 
+// A flash address as the messages show it: 0x and at least six upper-case
+// hexadecimal digits.
+std::string AddressText(uint64_t address);
+
 // An option check that accepts whole decimal numbers from `low` to `high` and
 // says so in plain words ("--timeout: 0 is not from 1 to 60000"), where CLI11's
 // own ranges print their bounds as floating-point numbers.

@@ -19,12 +19,6 @@ namespace brevant::tool {
 
 namespace {
 
-std::string Hex(uint64_t value) {
-  char text[24];
-  std::snprintf(text, sizeof text, "0x%06llX", static_cast<unsigned long long>(value));
-  return text;
-}
-
 std::string Megahertz(double hz) {
   char text[32];
   std::snprintf(text, sizeof text, "%g MHz", hz / 1e6);
@@ -55,13 +49,13 @@ std::optional<Difference> Compare(SerialFlash& flash, uint64_t address,
 [[noreturn]] void Mismatch(const Difference& d, const std::string& what) {
   char detail[96];
   std::snprintf(detail, sizeof detail, ": %llu bytes differ, the first at %s (%s %02X, flash %02X)",
-                static_cast<unsigned long long>(d.count), Hex(d.first).c_str(), what.c_str(),
-                d.wrote, d.read);
+                static_cast<unsigned long long>(d.count), AddressText(d.first).c_str(),
+                what.c_str(), d.wrote, d.read);
   throw ToolError(std::string("verify failed") + detail, ExitStatus::kMismatch);
 }
 
 void Report(const char* what, uint64_t bytes, uint64_t address, const FlashWriter::Counts& counts) {
-  std::cout << bytes << " bytes " << what << " at " << Hex(address) << ": " << counts.erased
+  std::cout << bytes << " bytes " << what << " at " << AddressText(address) << ": " << counts.erased
             << " sectors erased, " << counts.programmed << " pages programmed, verified\n";
 }
 
@@ -138,7 +132,7 @@ void SpiCommand::Read(const std::shared_ptr<icLog>& log) const {
   }
   link.Close();
   output.Close();
-  std::cerr << length << " bytes read from " << Hex(address) << '\n';
+  std::cerr << length << " bytes read from " << AddressText(address) << '\n';
 }
 
 void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
@@ -169,7 +163,7 @@ void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
     throw ToolError(
         "spi write finished, but reading it back failed: check it with `brevant spi "
         "-d " +
-        std::to_string(link.Device()) + " verify " + Hex(address) + " " + file_ + "`");
+        std::to_string(link.Device()) + " verify " + AddressText(address) + " " + file_ + "`");
   }
   if (difference) Mismatch(*difference, "wrote");
   link.Close();
@@ -209,7 +203,7 @@ void SpiCommand::Verify(const std::shared_ptr<icLog>& log) const {
   const auto difference = Compare(link.Flash(), address, data);
   link.Close();
   if (difference) Mismatch(*difference, "file");
-  std::cout << data.size() << " bytes at " << Hex(address) << " match " << file_ << '\n';
+  std::cout << data.size() << " bytes at " << AddressText(address) << " match " << file_ << '\n';
 }
 
 }  // namespace brevant::tool
