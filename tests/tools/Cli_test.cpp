@@ -1,19 +1,16 @@
 // The brevant program end to end on the built-in bench: exit status, what it
 // prints on stdout and stderr, and the files it writes.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
 
-namespace {
+#include "tools/ToolRun.h"
 
-namespace fs = std::filesystem;
+namespace brevant::testing {
+namespace {
 
 struct Case {
   const char* args;
@@ -35,38 +32,22 @@ const std::string kData = [] {
   return data;
 }();
 
-std::string Slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-class Cli : public ::testing::TestWithParam<Case> {
+class Cli : public ToolFolder, public ::testing::WithParamInterface<Case> {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("brevant-cli-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-            "-" + std::to_string(getpid()));
-    fs::create_directories(dir_);
+    ToolFolder::SetUp();
     // No dialog may wait for a person here: without a display it must refuse.
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) unsetenv(name);
-    std::ofstream(dir_ / "data.bin", std::ios::binary) << kData;
+    Put(dir_ / "data.bin", kData);
   }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  fs::path dir_;
 };
 
 TEST_P(Cli, Runs) {
   const Case& c = GetParam();
-  const std::string command = "cd '" + dir_.string() + "' && " BREVANT_CLI " --driver virtual " +
-                              c.args + " >out.txt 2>err.txt";
-  const int wait = std::system(command.c_str());
-  ASSERT_TRUE(WIFEXITED(wait));
-  EXPECT_EQ(WEXITSTATUS(wait), c.status);
-  const std::string out = Slurp(dir_ / "out.txt");
-  const std::string err = Slurp(dir_ / "err.txt");
-  for (const std::string& text : c.out) EXPECT_NE(out.find(text), std::string::npos) << out;
-  for (const std::string& text : c.err) EXPECT_NE(err.find(text), std::string::npos) << err;
+  const ToolRun run = RunTool(dir_, "--driver virtual " + std::string(c.args));
+  EXPECT_EQ(run.status, c.status);
+  for (const std::string& text : c.out) EXPECT_NE(run.out.find(text), std::string::npos) << run.out;
+  for (const std::string& text : c.err) EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
   if (*c.file != '\0') {
     EXPECT_EQ(fs::exists(dir_ / c.file), !c.content.empty());
     EXPECT_EQ(Slurp(dir_ / c.file), c.content);
@@ -163,3 +144,4 @@ INSTANTIATE_TEST_SUITE_P(Commands, Cli, ::testing::ValuesIn(kCases),
                          });
 
 }  // namespace
+}  // namespace brevant::testing
