@@ -59,6 +59,7 @@ demo: build
 test: build asan
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure --no-tests=error
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 BREVANT_SWEEP_STRIDE=7 \
+	  LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
 	  ctest --test-dir $(ASAN_BUILD) -j $(JOBS) --output-on-failure --no-tests=error
 	@if command -v $(MINGW_CXX) >/dev/null && [ -x $(WINE) ]; then $(MAKE) --no-print-directory windows-test; \
 	  else echo "Windows tests skipped: 'make windows' installs the cross compiler and Wine"; fi
