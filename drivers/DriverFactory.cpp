@@ -24,19 +24,20 @@ constexpr const char* kVendorLibrary = "FTD2XX.DLL";
 constexpr const char* kVendorLibrary = "libftd2xx.so";
 #endif
 
-// The file BREVANT_D2XX_LIBRARY names, or nullptr. A set-user-ID program does
-// not let its caller pick the code it loads.
-const char* NamedD2xxLibrary() {
+// An environment variable's value, or nullptr when it is unset or empty. A
+// set-user-ID program takes neither the code it loads nor a directory to write
+// into from whoever runs it.
+const char* Setting(const char* name) {
 #ifdef _WIN32
-  const char* path = std::getenv("BREVANT_D2XX_LIBRARY");
+  const char* value = std::getenv(name);
 #else
-  const char* path = secure_getenv("BREVANT_D2XX_LIBRARY");
+  const char* value = secure_getenv(name);
 #endif
-  return path && *path ? path : nullptr;
+  return value && *value ? value : nullptr;
 }
 
 std::shared_ptr<Ftd2xx> MakeD2xx() {
-  const char* path = NamedD2xxLibrary();
+  const char* path = Setting("BREVANT_D2XX_LIBRARY");
   return std::make_shared<D2xxDriver>(path ? path : kVendorLibrary);
 }
 
@@ -50,18 +51,9 @@ std::shared_ptr<Ftd2xx> MakeLibftdi() {
 }
 
 // BREVANT_BENCH_STATE names a directory where the bench keeps its chips'
-// memories, so that consecutive processes see one board. A set-user-ID program
-// takes no directory to write into from whoever runs it.
-const char* StateDirectory() {
-#ifdef _WIN32
-  return std::getenv("BREVANT_BENCH_STATE");
-#else
-  return secure_getenv("BREVANT_BENCH_STATE");
-#endif
-}
-
+// memories, so that consecutive processes see one board.
 std::shared_ptr<Ftd2xx> MakeVirtual(std::shared_ptr<virt::Bench> bench) {
-  if (const char* directory = StateDirectory(); directory && *directory) {
+  if (const char* directory = Setting("BREVANT_BENCH_STATE")) {
     try {
       bench->KeepMemories(directory);
     } catch (const virt::StateError& e) {
@@ -82,7 +74,7 @@ std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
 #ifdef _WIN32
     return MakeD2xx();
 #else
-    if (NamedD2xxLibrary()) return MakeD2xx();
+    if (Setting("BREVANT_D2XX_LIBRARY")) return MakeD2xx();
     try {
       return MakeD2xx();
     } catch (const Error&) {

@@ -93,6 +93,7 @@ FlashGeometry GeometryFromJedecId(uint32_t id, const std::string& device) {
     throw ToolError(std::string("JEDEC ID ") + shown + " gives no size that this tool knows");
   }
   FlashGeometry geometry;
+  geometry.jedecId = id;
   geometry.sizeBytes = uint64_t{1} << capacity;
   geometry.fourByteAddresses = geometry.sizeBytes > kThreeByteReach;
   geometry.source = "JEDEC ID";

@@ -11,6 +11,7 @@
 namespace brevant::tool {
 
 struct FlashGeometry {
+  uint32_t jedecId = 0;  // manufacturer, memory type and capacity bytes, from bit 16 down
   uint64_t sizeBytes = 0;
   uint8_t sectorErase = 0x20;  // the opcode that erases 4 KiB with a 3-byte address
   // Parts above 16 MiB take their addresses in 4 bytes, through their own read,

@@ -70,6 +70,7 @@ const FlashGeometry& SerialFlash::Identify(const std::string& device) {
   // SFDP: the command, a 3-byte address and a dummy byte.
   const ByteArray table = Transaction(ByteArray{kReadSfdp, 0, 0, 0, 0}, kSfdpBytes);
   geometry_ = GeometryFromSfdp(table.Elements()).value_or(fromId);
+  geometry_.jedecId = fromId.jedecId;
   return geometry_;
 }
 

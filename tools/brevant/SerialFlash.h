@@ -31,8 +31,6 @@ class SerialFlash {
   // small part of the channel's read time-out.
   uint32_t ReadPiece() const;
 
-  // Manufacturer, memory type and capacity bytes, in that order from bit 16 down.
-  uint32_t JedecId();
   // Learns size, erase and addressing from the SFDP table, else from the JEDEC
   // ID, and keeps them for the commands below. `device` names the channel in
   // messages.
@@ -50,6 +48,8 @@ class SerialFlash {
   void WaitWhileBusy();
 
  private:
+  // Manufacturer, memory type and capacity bytes, in that order from bit 16 down.
+  uint32_t JedecId();
   // CS low, `out` sent, `inLength` bytes read, CS high; returns what was read.
   ByteArray Transaction(const ByteArray& out, int32_t inLength = 0);
   // The command byte and the address in as many bytes as the flash takes, then

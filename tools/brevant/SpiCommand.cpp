@@ -54,6 +54,17 @@ std::optional<Difference> Compare(SerialFlash& flash, uint64_t address,
   throw ToolError(std::string("verify failed") + detail, ExitStatus::kMismatch);
 }
 
+// What `file` holds for the flash from `address`: a regular file's `size`,
+// known before it is read, must fit; any other input is read no further than
+// the flash reaches.
+std::vector<uint8_t> FlashInput(const FlashGeometry& geometry, uint64_t address,
+                                const std::string& file, std::optional<uint64_t> size) {
+  geometry.CheckRange(address, size.value_or(1));
+  std::vector<uint8_t> data = ReadInput(file, geometry.sizeBytes - address);
+  geometry.CheckRange(address, data.size());
+  return data;
+}
+
 void Report(const char* what, uint64_t bytes, uint64_t address, const FlashWriter::Counts& counts) {
   std::cout << bytes << " bytes " << what << " at " << AddressText(address) << ": " << counts.erased
             << " sectors erased, " << counts.programmed << " pages programmed, verified\n";
@@ -98,8 +109,8 @@ void SpiCommand::Run(const std::shared_ptr<icLog>& log) const {
 
 void SpiCommand::Jedec(const std::shared_ptr<icLog>& log) const {
   FlashLink link(device_.Resolve(log), frequency_, log);
-  const uint32_t id = link.Flash().JedecId();
   const FlashGeometry& g = link.Geometry();
+  const uint32_t id = g.jedecId;
   std::printf(
       "JEDEC ID %02X %02X %02X: manufacturer 0x%02X, type 0x%02X, %llu bytes (from the %s), "
       "%d-byte addresses, SPI clock %s\n",
@@ -143,11 +154,8 @@ void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
   const std::optional<uint64_t> size = InputSize(file_);
   if (size == 0) throw ToolError(file_ + " is empty: there is nothing to write");
   FlashLink link(device_.Resolve(log), frequency_, log);
-  const FlashGeometry& geometry = link.Geometry();
-  geometry.CheckRange(address, size.value_or(1));
-  const std::vector<uint8_t> data = ReadInput(file_, geometry.sizeBytes - address);
+  const std::vector<uint8_t> data = FlashInput(link.Geometry(), address, file_, size);
   if (data.empty()) throw ToolError(file_ + " is empty: there is nothing to write");
-  geometry.CheckRange(address, data.size());
 
   FlashWriter writer(link, file_, std::to_string(link.Device()));
   FlashWriter::Counts counts;
@@ -195,11 +203,9 @@ void SpiCommand::Erase(const std::shared_ptr<icLog>& log) const {
 
 void SpiCommand::Verify(const std::shared_ptr<icLog>& log) const {
   const uint64_t address = ParseNumber(address_, "address");
+  const std::optional<uint64_t> size = InputSize(file_);
   FlashLink link(device_.Resolve(log), frequency_, log);
-  const FlashGeometry& geometry = link.Geometry();
-  geometry.CheckRange(address, 1);
-  const std::vector<uint8_t> data = ReadInput(file_, geometry.sizeBytes - address);
-  geometry.CheckRange(address, data.size());
+  const std::vector<uint8_t> data = FlashInput(link.Geometry(), address, file_, size);
   const auto difference = Compare(link.Flash(), address, data);
   link.Close();
   if (difference) Mismatch(*difference, "file");
