@@ -46,7 +46,7 @@ void FlashLink::Reopen() {
   // An erase or program cut short by the failure may still be running.
   flash_->WaitWhileBusy();
   const FlashGeometry now = flash_->Identify(std::to_string(device_));
-  if (now.sizeBytes != geometry_.sizeBytes) {
+  if (now.jedecId != geometry_.jedecId || now.sizeBytes != geometry_.sizeBytes) {
     throw ToolError("device " + std::to_string(device_) + " answers with another flash now");
   }
 }
@@ -55,19 +55,15 @@ int16_t FlashLink::Find() const {
   const std::string device = "device " + std::to_string(device_);
   if (!identity_) throw ToolError(device + " could not be read from the driver's list before");
   clsDeviceList list;
-  const int32_t count = list.GetDeviceCount();
-  for (int16_t i = 0; i < count; ++i) {
-    tDeviceInfo info;
-    try {
-      list.GetDeviceInfo(i, info.SerialNumber, info.Description, info.LocationID);
-    } catch (const Error&) {
-      continue;
-    }
+  int32_t count = 0;
+  Array<tDeviceInfo> devices;
+  list.ScanDevices(count, devices);
+  for (const tDeviceInfo& info : devices.Elements().first(static_cast<size_t>(count))) {
     // A serial number tells channels apart; without one only the location can.
-    if (info.SerialNumber == identity_->SerialNumber &&
+    if (!info.Error && info.SerialNumber == identity_->SerialNumber &&
         info.Description == identity_->Description &&
         (!info.SerialNumber.empty() || info.LocationID == identity_->LocationID)) {
-      return i;
+      return info.Device;
     }
   }
   throw ToolError(device + " (serial number \"" + identity_->SerialNumber +
