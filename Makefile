@@ -19,10 +19,10 @@ packages:
 	@tools/setup/install-packages $(PACKAGES)
 
 $(BUILD)/build.ninja: | packages
-	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBREVANT_WERROR=ON
 
 $(ASAN_BUILD)/build.ninja: | packages
-	cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBREVANT_SANITIZE=ON \
+	cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBREVANT_SANITIZE=ON -DBREVANT_WERROR=ON \
 	  -DBREVANT_BENCHMARKS=OFF
 
 build: packages $(BUILD)/build.ninja
@@ -73,7 +73,7 @@ FUZZ_TIME := 20
 fuzz: packages
 	@tools/setup/install-packages clang libclang-rt-14-dev
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DBREVANT_FUZZ=ON -DBREVANT_TESTS=OFF -DBREVANT_BENCHMARKS=OFF -DBREVANT_QT=OFF
+	  -DBREVANT_FUZZ=ON -DBREVANT_WERROR=ON -DBREVANT_TESTS=OFF -DBREVANT_BENCHMARKS=OFF -DBREVANT_QT=OFF
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target benchfile_fuzz invoke_fuzz mpsse_engine_fuzz
 	@for f in $(FUZZ_BUILD)/fuzz/*_fuzz; do echo "== $$f"; \
 	  $$f -max_total_time=$(FUZZ_TIME) -max_len=256 -print_final_stats=1 \
@@ -94,7 +94,7 @@ windows-packages:
 
 $(WINDOWS_BUILD)/build.ninja:
 	cmake -S . -B $(WINDOWS_BUILD) -G Ninja -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64.cmake \
-	  -DCMAKE_BUILD_TYPE=Release
+	  -DCMAKE_BUILD_TYPE=Release -DBREVANT_WERROR=ON
 
 windows-test: $(WINDOWS_BUILD)/build.ninja
 	cmake --build $(WINDOWS_BUILD) -j $(JOBS)

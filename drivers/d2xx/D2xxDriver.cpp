@@ -1,93 +1,47 @@
 #include "d2xx/D2xxDriver.h"
 
-#ifdef _WIN32
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
-#include "brevant/Error.h"
-#include "gateway/Driver.h"
-
 namespace brevant {
 
 namespace {
 
-// The platform's loader: LoadLibrary on Windows, the dynamic linker elsewhere.
-#ifdef _WIN32
-void* OpenLibrary(const std::string& path) {
-  return LoadLibraryA(path.c_str());
-}
-void* FindSymbol(void* library, const char* name) {
-  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
-}
-void CloseLibrary(void* library) {
-  FreeLibrary(static_cast<HMODULE>(library));
-}
-std::string LoadError() {
-  return "Windows error " + std::to_string(GetLastError());
-}
-#else
-void* OpenLibrary(const std::string& path) {
-  return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-}
-void* FindSymbol(void* library, const char* name) {
-  return dlsym(library, name);
-}
-void CloseLibrary(void* library) {
-  dlclose(library);
-}
-std::string LoadError() {
-  return dlerror();
-}
-#endif
-
 // Resolves `name` in `library` into `slot`, or names what is missing.
 template <class Fn>
-void Resolve(void* library, const std::string& path, const char* name, Fn& slot) {
-  void* symbol = FindSymbol(library, name);
+void Resolve(const SharedLibrary& library, const std::string& path, const char* name, Fn& slot) {
+  void* symbol = library.Symbol(name);
   if (symbol == nullptr) {
-    throw Error(kErrDriverChoice, kDriverSource,
-                "The driver library " + path + " has no function " + name);
+    throw DriverUnavailable("The driver library " + path + " has no function " + name);
   }
   slot = reinterpret_cast<Fn>(symbol);
 }
 
 }  // namespace
 
-D2xxDriver::D2xxDriver(const std::string& library) : library_(OpenLibrary(library)), fn_{} {
-  if (library_ == nullptr) {
-    throw Error(kErrDriverChoice, kDriverSource,
-                "Cannot load the driver library " + library + ": " + LoadError());
+D2xxDriver::D2xxDriver(const std::string& library) : library_(library), fn_{} {
+  if (!library_.Loaded()) {
+    throw DriverUnavailable("Cannot load the driver library " + library + ": " +
+                            library_.Problem());
   }
-  try {
-    Resolve(library_, library, "FT_ListDevices", fn_.listDevices);
-    Resolve(library_, library, "FT_Open", fn_.open);
-    Resolve(library_, library, "FT_Close", fn_.close);
-    Resolve(library_, library, "FT_ResetDevice", fn_.resetDevice);
-    Resolve(library_, library, "FT_ResetPort", fn_.resetPort);
-    Resolve(library_, library, "FT_CyclePort", fn_.cyclePort);
-    Resolve(library_, library, "FT_SetTimeouts", fn_.setTimeouts);
-    Resolve(library_, library, "FT_GetDeviceInfo", fn_.getDeviceInfo);
-    Resolve(library_, library, "FT_GetStatus", fn_.getStatus);
-    Resolve(library_, library, "FT_GetQueueStatus", fn_.getQueueStatus);
-    Resolve(library_, library, "FT_Purge", fn_.purge);
-    Resolve(library_, library, "FT_Write", fn_.write);
-    Resolve(library_, library, "FT_Read", fn_.read);
-    Resolve(library_, library, "FT_SetBaudRate", fn_.setBaudRate);
-    Resolve(library_, library, "FT_GetLatencyTimer", fn_.getLatencyTimer);
-    Resolve(library_, library, "FT_SetLatencyTimer", fn_.setLatencyTimer);
-    Resolve(library_, library, "FT_GetBitMode", fn_.getBitMode);
-    Resolve(library_, library, "FT_SetBitMode", fn_.setBitMode);
-  } catch (...) {
-    CloseLibrary(library_);
-    throw;
-  }
+  Resolve(library_, library, "FT_ListDevices", fn_.listDevices);
+  Resolve(library_, library, "FT_Open", fn_.open);
+  Resolve(library_, library, "FT_Close", fn_.close);
+  Resolve(library_, library, "FT_ResetDevice", fn_.resetDevice);
+  Resolve(library_, library, "FT_ResetPort", fn_.resetPort);
+  Resolve(library_, library, "FT_CyclePort", fn_.cyclePort);
+  Resolve(library_, library, "FT_SetTimeouts", fn_.setTimeouts);
+  Resolve(library_, library, "FT_GetDeviceInfo", fn_.getDeviceInfo);
+  Resolve(library_, library, "FT_GetStatus", fn_.getStatus);
+  Resolve(library_, library, "FT_GetQueueStatus", fn_.getQueueStatus);
+  Resolve(library_, library, "FT_Purge", fn_.purge);
+  Resolve(library_, library, "FT_Write", fn_.write);
+  Resolve(library_, library, "FT_Read", fn_.read);
+  Resolve(library_, library, "FT_SetBaudRate", fn_.setBaudRate);
+  Resolve(library_, library, "FT_GetLatencyTimer", fn_.getLatencyTimer);
+  Resolve(library_, library, "FT_SetLatencyTimer", fn_.setLatencyTimer);
+  Resolve(library_, library, "FT_GetBitMode", fn_.getBitMode);
+  Resolve(library_, library, "FT_SetBitMode", fn_.setBitMode);
 }
 
-D2xxDriver::~D2xxDriver() {
-  CloseLibrary(library_);
-}
+D2xxDriver::~D2xxDriver() = default;
 
 FtStatus D2xxDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   return fn_.listDevices(arg1, arg2, flags);

@@ -9,7 +9,8 @@
 
 #include <string>
 
-#include "gateway/Ftd2xx.h"
+#include "driver/Ftd2xx.h"
+#include "platform/SharedLibrary.h"
 
 // The vendor's functions use the platform's API calling convention.
 #ifdef _WIN32
@@ -23,7 +24,7 @@ namespace brevant {
 class D2xxDriver : public Ftd2xx {
  public:
   // Loads `library` (a file name the dynamic linker searches for, or a path)
-  // and resolves every function. Throws brevant::Error naming the library, or
+  // and resolves every function. Throws DriverUnavailable naming the library, or
   // the first function it lacks.
   explicit D2xxDriver(const std::string& library);
   ~D2xxDriver() override;
@@ -75,7 +76,7 @@ class D2xxDriver : public Ftd2xx {
     FtStatus(BREVANT_D2XX_CALL* setBitMode)(FtHandle, uint8_t, uint8_t);
   };
 
-  void* library_;
+  SharedLibrary library_;
   Functions fn_;
 };
 

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "gateway/Ftd2xx.h"
+#include "driver/Ftd2xx.h"
 
 struct ftdi_context;
 struct libusb_device;

@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-#include "gateway/Ftd2xx.h"
+#include "driver/Ftd2xx.h"
 
 namespace brevant::virt {
 

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <optional>
 
-#include "gateway/Ftd2xx.h"
+#include "driver/Ftd2xx.h"
 #include "virtual/Bench.h"
 
 namespace brevant::virt {

@@ -14,10 +14,12 @@
 
 #include <string_view>
 
+#include "brevant/Export.h"
+
 namespace brevant {
 
 // Selects the driver for objects created from now on. Throws brevant::Error
 // (Source "Brevant") naming the choice when it is unknown or cannot be loaded.
-void UseDriver(std::string_view choice);
+BREVANT_EXPORT void UseDriver(std::string_view choice);
 
 }  // namespace brevant

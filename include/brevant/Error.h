@@ -17,6 +17,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "brevant/Export.h"
+
 namespace brevant {
 
 // The object-error base that every library number is an offset from.
@@ -34,7 +36,7 @@ inline constexpr int32_t kErrOverflow = 6;
 inline constexpr int32_t kErrSubscriptOutOfRange = 9;
 inline constexpr int32_t kErrDivisionByZero = 11;
 
-class Error : public std::runtime_error {
+class BREVANT_EXPORT Error : public std::runtime_error {
  public:
   Error(int32_t number, std::string source, std::string description);
 

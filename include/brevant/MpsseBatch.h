@@ -32,6 +32,7 @@
 
 #include "brevant/ByteArray.h"
 #include "brevant/Error.h"
+#include "brevant/Export.h"
 #include "brevant/clsFTDIMPSSE.h"
 
 namespace brevant {
@@ -44,7 +45,7 @@ inline constexpr int32_t kErrBatchNotRun = kObjectErrorBase + 6310;
 // see CheckCommands.
 inline constexpr int32_t kErrBadCommand = kObjectErrorBase + 6311;
 
-class MpsseBatch {
+class BREVANT_EXPORT MpsseBatch {
  public:
   // The answer of one or more queued reads, shared between the batch and the
   // client. Bits are packed from bit 0 of element 0 upward.

@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "brevant/ByteArray.h"
+#include "brevant/Export.h"
 #include "brevant/MpsseBatch.h"
 
 namespace brevant {
@@ -30,8 +31,8 @@ struct SpiWiring {
 // Chip select down, the bytes of Out from element 0 sent, InLength bytes read,
 // chip select up: SPI mode 0, MSB first. The reply holds the bytes read. Out may
 // be empty and InLength 0.
-MpsseBatch::Reply SpiTransaction(MpsseBatch& batch, const SpiWiring& wiring, const ByteArray& Out,
-                                 int32_t InLength);
+BREVANT_EXPORT MpsseBatch::Reply SpiTransaction(MpsseBatch& batch, const SpiWiring& wiring,
+                                                const ByteArray& Out, int32_t InLength);
 
 enum class JtagRegister { kInstruction, kData };
 // Where the scan starts: Test-Logic-Reset, which the scan first forces with five
@@ -43,7 +44,7 @@ enum class JtagStart { kTestLogicReset, kRunTestIdle };
 // the chosen register of the chain and ends in Run-Test/Idle. The reply holds the
 // bits that came out of TDO, packed the same way. TCK must idle low; TDI and TMS
 // change on the falling edge, TDO is sampled on the rising one.
-MpsseBatch::Reply JtagScan(MpsseBatch& batch, JtagRegister Register, JtagStart Start,
-                           const ByteArray& Bits, int32_t BitCount);
+BREVANT_EXPORT MpsseBatch::Reply JtagScan(MpsseBatch& batch, JtagRegister Register, JtagStart Start,
+                                          const ByteArray& Bits, int32_t BitCount);
 
 }  // namespace brevant

@@ -3,9 +3,11 @@
 
 #include <cstdint>
 
+#include "brevant/Export.h"
+
 namespace brevant {
 
-class Process {
+class BREVANT_EXPORT Process {
  public:
   int16_t Major() const;
   int16_t Minor() const;

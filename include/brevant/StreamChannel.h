@@ -7,13 +7,14 @@
 #include <memory>
 
 #include "brevant/ByteArray.h"
+#include "brevant/Export.h"
 #include "brevant/icLog.h"
 
 namespace brevant {
 
 class clsFTD2xx;
 
-class StreamChannel {
+class BREVANT_EXPORT StreamChannel {
  public:
   StreamChannel(const StreamChannel&) = delete;
   StreamChannel& operator=(const StreamChannel&) = delete;

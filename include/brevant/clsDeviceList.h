@@ -19,6 +19,7 @@
 #include <string>
 
 #include "brevant/Array.h"
+#include "brevant/Export.h"
 #include "brevant/icLog.h"
 #include "brevant/tDeviceInfo.h"
 #include "brevant/tModuleInfo.h"
@@ -33,7 +34,7 @@ enum errDeviceList : int32_t {
   errDialogCancel = static_cast<int32_t>(0x80041AF6),
 };
 
-class clsDeviceList {
+class BREVANT_EXPORT clsDeviceList {
  public:
   clsDeviceList();
   // Releases the gateway; it is never opened, so nothing reaches the driver.

@@ -16,6 +16,7 @@
 
 #include <cstdint>
 
+#include "brevant/Export.h"
 #include "brevant/StreamChannel.h"
 
 namespace brevant {
@@ -25,7 +26,7 @@ enum errFTDI245FIFO : int32_t {
   _errFTDI245FIFO = static_cast<int32_t>(0x80041964),
 };
 
-class clsFTDI245FIFO : public StreamChannel {
+class BREVANT_EXPORT clsFTDI245FIFO : public StreamChannel {
  public:
   // Opens the device by the driver's index: bit mode 0, time-outs 500/500 ms,
   // latency 1 ms. A failure after the open leaves the device open.

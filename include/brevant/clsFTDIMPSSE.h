@@ -21,6 +21,7 @@
 #include <memory>
 
 #include "brevant/ByteArray.h"
+#include "brevant/Export.h"
 #include "brevant/icLog.h"
 
 namespace brevant {
@@ -48,7 +49,7 @@ enum eFTMPSSEClockPolarity : int32_t {
   emcNegEdge = 1,
 };
 
-class clsFTDIMPSSE {
+class BREVANT_EXPORT clsFTDIMPSSE {
  public:
   clsFTDIMPSSE();
   // Detaches the port model, then releases the gateway, which closes a device

@@ -22,6 +22,7 @@
 #include <cstdint>
 
 #include "brevant/Error.h"
+#include "brevant/Export.h"
 #include "brevant/eBit.h"
 
 namespace brevant {
@@ -55,7 +56,7 @@ enum eFTDIGPIOH : int32_t {
   eftGPIOH3 = 8,
 };
 
-class clsFTDIMPSSEPortIO {
+class BREVANT_EXPORT clsFTDIMPSSEPortIO {
  public:
   clsFTDIMPSSEPortIO(const clsFTDIMPSSEPortIO&) = delete;
   clsFTDIMPSSEPortIO& operator=(const clsFTDIMPSSEPortIO&) = delete;

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 
+#include "brevant/Export.h"
 #include "brevant/StreamChannel.h"
 
 namespace brevant {
@@ -21,7 +22,7 @@ enum errFTDIOpto : int32_t {
   _errFTDIOpto = static_cast<int32_t>(0x80041900),
 };
 
-class clsFTDIOpto : public StreamChannel {
+class BREVANT_EXPORT clsFTDIOpto : public StreamChannel {
  public:
   // Opens the device by the driver's index: mask 0xEC mode 0x10, time-outs
   // 500/500 ms, latency 1 ms. A failure after the open leaves the device open.

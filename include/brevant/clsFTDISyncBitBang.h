@@ -27,6 +27,7 @@
 #include <memory>
 
 #include "brevant/ByteArray.h"
+#include "brevant/Export.h"
 #include "brevant/eBit.h"
 #include "brevant/icLog.h"
 
@@ -54,7 +55,7 @@ enum eFTDIChannel : int32_t {
   eftD7 = 128,
 };
 
-class clsFTDISyncBitBang {
+class BREVANT_EXPORT clsFTDISyncBitBang {
  public:
   clsFTDISyncBitBang();
   // Closes a device that is still open; every error on the way is ignored.

@@ -18,9 +18,11 @@
 #include <cstdint>
 #include <string>
 
+#include "brevant/Export.h"
+
 namespace brevant {
 
-class icLog {
+class BREVANT_EXPORT icLog {
  public:
   virtual ~icLog();
   // The base does nothing with an entry.

@@ -1,39 +1,71 @@
 #include "dialogs/DialogWindows.h"
 
+#include <filesystem>
 #include <mutex>
 
-#ifdef BREVANT_QT
-#include "dialogs/qt/QtDialogFactory.h"
-#elif defined(_WIN32)
-#include "dialogs/win32/Win32DialogFactory.h"
-#endif
+#include "platform/SharedLibrary.h"
 
 namespace brevant {
 
 namespace {
 
-std::unique_ptr<DialogWindow> BuiltInWindow(const DialogDesign& design, DialogEvents& events) {
-#ifdef BREVANT_QT
-  return MakeQtDialogWindow(design, events);
-#elif defined(_WIN32)
-  return MakeWin32DialogWindow(design, events);
-#else
-  (void)design;
-  (void)events;
-  throw Error(kErrDialogsNotBuilt, "clsDeviceList",
-              "The selection dialogs are not built into this library (built without Qt)");
-#endif
+// The view module's file relative to the library's own (the build sets it;
+// empty when there is none).
+constexpr char kViewModule[] = BREVANT_VIEW_MODULE;
+
+// The view module's exported maker; it returns a window the caller owns.
+using ViewMaker = DialogWindow* (*)(const DialogDesign& design, DialogEvents& events);
+
+// The view library is looked for beside the library holding this code, so that
+// an installed tree, a build tree and a moved prefix all find their own.
+struct ViewModule {
+  ViewModule() {
+    if (std::string_view(kViewModule).empty()) {
+      problem = "this library was built without a view for them";
+      return;
+    }
+    const std::filesystem::path self = SharedLibrary::FileHolding(&kViewModule);
+    path = (self.parent_path() / kViewModule).string();
+    library = std::make_unique<SharedLibrary>(path);
+    if (!library->Loaded()) {
+      problem = library->Problem();
+      return;
+    }
+    make = reinterpret_cast<ViewMaker>(library->Symbol(kViewMakerName));
+    if (make == nullptr) problem = path + " has no function " + kViewMakerName;
+  }
+
+  std::string path;
+  std::unique_ptr<SharedLibrary> library;
+  ViewMaker make = nullptr;
+  std::string problem;
+};
+
+std::unique_ptr<DialogWindow> WindowOfViewModule(const DialogDesign& design, DialogEvents& events) {
+  // Loaded once, when a dialog is first shown, and kept for the process's life.
+  static const ViewModule module;
+  if (module.make == nullptr) {
+    throw Error(kErrDialogsNotBuilt, "clsDeviceList",
+                "The selection dialogs cannot be shown: " + module.problem);
+  }
+  return std::unique_ptr<DialogWindow>(module.make(design, events));
 }
 
 std::mutex factory_mutex;
-DialogWindowFactory factory = BuiltInWindow;
+
+// Made on first use, so that a factory installed by another file's static
+// initialiser is not overwritten by this one's.
+DialogWindowFactory& Factory() {
+  static DialogWindowFactory factory = WindowOfViewModule;
+  return factory;
+}
 
 }  // namespace
 
 DialogWindowFactory SetDialogWindowFactory(DialogWindowFactory next) {
   std::lock_guard lock(factory_mutex);
-  DialogWindowFactory previous = std::move(factory);
-  factory = next ? std::move(next) : DialogWindowFactory(BuiltInWindow);
+  DialogWindowFactory previous = std::move(Factory());
+  Factory() = next ? std::move(next) : DialogWindowFactory(WindowOfViewModule);
   return previous;
 }
 
@@ -41,7 +73,7 @@ std::unique_ptr<DialogWindow> MakeDialogWindow(const DialogDesign& design, Dialo
   DialogWindowFactory make;
   {
     std::lock_guard lock(factory_mutex);
-    make = factory;
+    make = Factory();
   }
   return make(design, events);
 }

@@ -1,8 +1,9 @@
 // Where the selection dialogs get their windows from.
 //
-// The library's own view is Qt Widgets when it is built in, native controls on
-// Windows; without either every dialog raises errDialogsNotBuilt. Tests put a fake window system in
-// place.
+// By default from the view module (the Qt Widgets view, a library of its own so
+// that the core needs no toolkit), loaded when a dialog is first shown; on
+// Windows the server puts the native view in place. Tests put a fake window
+// system in place. Without a view every dialog raises kErrDialogsNotBuilt.
 #pragma once
 
 #include <functional>
@@ -15,16 +16,20 @@
 
 namespace brevant {
 
-// Raised (Source "clsDeviceList") when a dialog is asked for in a library built
-// without a window system, or where there is no display to show it on.
+// Raised (Source "clsDeviceList") when a dialog is asked for and there is no
+// view to draw it (its module is missing or cannot load), or no display.
 inline constexpr int32_t kErrDialogsNotBuilt = kObjectErrorBase + 6903;
+
+// The function a view module exports, returning a window the caller owns:
+//   extern "C" DialogWindow* brevant_make_dialog_window(const DialogDesign&, DialogEvents&);
+inline constexpr char kViewMakerName[] = "brevant_make_dialog_window";
 
 // Makes the window of one form; `events` outlives the window.
 using DialogWindowFactory =
     std::function<std::unique_ptr<DialogWindow>(const DialogDesign& design, DialogEvents& events)>;
 
 // Installs a factory and returns the one it replaces; an empty one restores the
-// library's own.
+// view module's.
 DialogWindowFactory SetDialogWindowFactory(DialogWindowFactory factory);
 
 std::unique_ptr<DialogWindow> MakeDialogWindow(const DialogDesign& design, DialogEvents& events);

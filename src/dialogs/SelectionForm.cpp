@@ -4,8 +4,8 @@
 #include <charconv>
 #include <exception>
 
+#include "brevant/ErrorBox.h"
 #include "dialogs/DialogWindows.h"
-#include "gateway/Project.h"
 
 namespace brevant {
 

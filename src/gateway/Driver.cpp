@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "brevant/Driver.h"
+#include "factory/DriverFactory.h"
 
 namespace brevant {
 
@@ -12,13 +13,22 @@ namespace {
 std::mutex driver_mutex;
 std::shared_ptr<Ftd2xx> current_driver;
 
+// The factory's reason becomes the library's error for a driver choice.
+std::shared_ptr<Ftd2xx> Make(std::string_view choice) {
+  try {
+    return MakeDriver(choice);
+  } catch (const DriverUnavailable& e) {
+    throw Error(kErrDriverChoice, kDriverSource, e.what());
+  }
+}
+
 }  // namespace
 
 std::shared_ptr<Ftd2xx> CurrentDriver() {
   std::lock_guard lock(driver_mutex);
   if (!current_driver) {
     const char* choice = std::getenv("BREVANT_DRIVER");
-    current_driver = MakeDriver(choice ? choice : "");
+    current_driver = Make(choice ? choice : "");
   }
   return current_driver;
 }
@@ -29,7 +39,7 @@ void SetDriver(std::shared_ptr<Ftd2xx> driver) {
 }
 
 void UseDriver(std::string_view choice) {
-  SetDriver(MakeDriver(choice));
+  SetDriver(Make(choice));
 }
 
 }  // namespace brevant

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <string_view>
 
 #include "brevant/Error.h"
-#include "gateway/Ftd2xx.h"
+#include "driver/Ftd2xx.h"
 
 namespace brevant {
 
@@ -21,10 +20,5 @@ std::shared_ptr<Ftd2xx> CurrentDriver();
 // Puts `driver` in place for gateways created from now on; those that exist keep
 // theirs. Tests use it to run the library against a bench they built.
 void SetDriver(std::shared_ptr<Ftd2xx> driver);
-
-// Makes the backend for a choice such as "virtual"; empty means the default.
-// Throws brevant::Error naming the choice when it is unknown or cannot load.
-// Defined by the driver factory, the one place that knows the backends.
-std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice);
 
 }  // namespace brevant

@@ -112,7 +112,8 @@ std::string SubstituteInPasses(std::string_view Template, std::initializer_list<
   std::string text(Template);
   int index = 0;
   for (const TextValue& value : values) {
-    const std::string placeholder = "%" + std::to_string(++index);
+    std::string placeholder = std::to_string(++index);
+    placeholder.insert(placeholder.begin(), '%');
     std::string next;
     size_t from = 0;
     for (size_t at = text.find(placeholder); at != std::string::npos;

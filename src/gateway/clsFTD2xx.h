@@ -16,8 +16,8 @@
 
 #include "brevant/ByteArray.h"
 #include "brevant/icLog.h"
+#include "driver/Ftd2xx.h"
 #include "gateway/Driver.h"
-#include "gateway/Ftd2xx.h"
 
 namespace brevant {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "brevant/ErrorBox.h"
 #include "dialogs/DialogWindows.h"
-#include "gateway/Project.h"
 #include "support/BenchTest.h"
 
 namespace brevant::testing {

@@ -21,8 +21,10 @@
 #include <utility>
 #include <vector>
 
+#include "brevant/ErrorBox.h"
 #include "brevant/clsDeviceList.h"
-#include "gateway/Project.h"
+#include "dialogs/DialogWindows.h"
+#include "dialogs/qt/QtDialogFactory.h"
 #include "support/BenchTest.h"
 #include "support/Raised.h"
 
@@ -79,6 +81,10 @@ void Save(QDialog& d, const char* name) {
   QDir().mkpath(BREVANT_BINARY_DIR "/dialogs");
   d.grab().save(QString(BREVANT_BINARY_DIR "/dialogs/") + name);
 }
+
+// The view is linked into this test; a program gets it by the library loading
+// the view module.
+const DialogWindowFactory builtInView = SetDialogWindowFactory(MakeQtDialogWindow);
 
 int argc = 1;
 char name[] = "test";

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "brevant/Error.h"
+#include "brevant/ErrorBox.h"
 #include "gateway/FtStatus.h"
-#include "gateway/Project.h"
 
 namespace brevant {
 namespace {

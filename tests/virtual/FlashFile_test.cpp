@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "brevant/Driver.h"
+#include "factory/DriverFactory.h"
 #include "gateway/Driver.h"
 #include "support/Raised.h"
 #include "virtual/Bench.h"
@@ -162,7 +164,7 @@ TEST_F(FlashFileTest, PathsThatCannotServeAreRefusedByName) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     setenv("BREVANT_BENCH_STATE", c.directory.c_str(), 1);
-    const Error e = Raised([&] { MakeDriver("virtual:" + bench); });
+    const Error e = Raised([&] { UseDriver("virtual:" + bench); });
     EXPECT_EQ(e.Number(), kErrDriverChoice);
     EXPECT_EQ(e.Description(), c.message);
   }

@@ -12,8 +12,9 @@
 #include <thread>
 
 #include "brevant/Driver.h"
+#include "brevant/ErrorBox.h"
 #include "brevant/clsDeviceList.h"
-#include "gateway/Project.h"
+#include "dialogs/win32/Win32View.h"
 
 namespace {
 
@@ -239,6 +240,7 @@ const std::pair<const char*, void (*)()> kChecks[] = {
 int main(int argc, char** argv) {
   if (argc > 1) pictures = argv[1];
   brevant::UseDriver("virtual");
+  brevant::InstallWin32View();
   int failed = 0;
   for (const auto& [name, run] : kChecks) {
     failure.clear();

@@ -11,7 +11,6 @@
 #include "OutputFile.h"
 #include "ToolError.h"
 #include "brevant/Error.h"
-#include "gateway/Formating.h"
 
 namespace brevant::tool {
 
@@ -32,7 +31,7 @@ std::optional<std::string> FailureOf(Job job) {
     job();
     return std::nullopt;
   } catch (const Error& e) {
-    return ErrorText(e.Number(), e.Description());
+    return e.what();
   } catch (const ToolError& e) {
     return std::string("brevant: ") + e.what();
   }

@@ -1,13 +1,13 @@
 #include "ListCommand.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "brevant/clsDeviceList.h"
-#include "gateway/Formating.h"
 
 namespace brevant::tool {
 
@@ -36,7 +36,9 @@ void PrintTable(std::ostream& out, const Row& headings, const std::vector<Row>& 
 }
 
 std::string Location(int32_t locationId) {
-  return "0x" + HexText(locationId, 8);
+  char text[11];
+  std::snprintf(text, sizeof text, "0x%08X", static_cast<uint32_t>(locationId));
+  return text;
 }
 
 std::string Numbers(const tModuleInfo& module) {

@@ -13,7 +13,6 @@
 #include "Progress.h"
 #include "ToolError.h"
 #include "brevant/Error.h"
-#include "gateway/Formating.h"
 
 namespace brevant::tool {
 
@@ -167,7 +166,7 @@ void SpiCommand::Write(const std::shared_ptr<icLog>& log) const {
   try {
     difference = Compare(link.Flash(), address, data);
   } catch (const Error& e) {
-    std::cerr << ErrorText(e.Number(), e.Description()) << '\n';
+    std::cerr << e.what() << '\n';
     throw ToolError(
         "spi write finished, but reading it back failed: check it with `brevant spi "
         "-d " +

@@ -35,7 +35,6 @@
 #include "VersionCommand.h"
 #include "brevant/Driver.h"
 #include "brevant/Error.h"
-#include "gateway/Formating.h"
 
 namespace {
 
@@ -136,7 +135,7 @@ int Run(int argc, char** argv) {
     // Help and --version end here too, with status 0.
     if (app.exit(e) != 0) return Code(ExitStatus::kUsage);
   } catch (const brevant::Error& e) {
-    std::cerr << brevant::ErrorText(e.Number(), e.Description()) << '\n';
+    std::cerr << e.what() << '\n';
     return Code(ExitStatus::kFailed);
   } catch (const ToolError& e) {
     std::cerr << "brevant: " << e.what() << '\n';

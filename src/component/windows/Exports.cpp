@@ -1,5 +1,6 @@
 // The four entry points of the in-process server. They only consult the
-// registration data; nothing of the library runs when the DLL loads.
+// registration data; nothing of the library runs when the DLL loads, and the
+// native view is put in place when a client first asks for a class.
 #include <olectl.h>
 #include <windows.h>
 
@@ -8,6 +9,7 @@
 #include "component/windows/ClassFactory.h"
 #include "component/windows/Module.h"
 #include "component/windows/Registry.h"
+#include "dialogs/win32/Win32View.h"
 
 using namespace brevant::com;
 
@@ -27,6 +29,7 @@ STDAPI DllGetClassObject(REFCLSID class_id, REFIID iid, LPVOID* out) {
     if (!IsEqualGUID(class_id, *reinterpret_cast<const GUID*>(&info.class_id))) continue;
     // Classes that cannot be created are registered all the same, but have no factory.
     if (!info.creatable) return CLASS_E_CLASSNOTAVAILABLE;
+    brevant::InstallWin32View();
     return MakeClassFactory(info.class_id, iid, out);
   }
   return CLASS_E_CLASSNOTAVAILABLE;

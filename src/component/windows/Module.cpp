@@ -6,7 +6,7 @@
 #include <string>
 
 #include "component/windows/Text.h"
-#include "dialogs/win32/ThisModule.h"
+#include "platform/win32/ThisModule.h"
 
 namespace brevant::com {
 

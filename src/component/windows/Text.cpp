@@ -1,6 +1,6 @@
 #include "component/windows/Text.h"
 
-#include "dialogs/win32/WideText.h"
+#include "platform/win32/WideText.h"
 
 namespace brevant::com {
 

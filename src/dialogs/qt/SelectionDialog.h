@@ -12,11 +12,11 @@
 #include <array>
 #include <memory>
 
+#include "brevant/ErrorBox.h"
 #include "dialogs/DialogDesign.h"
 #include "dialogs/DialogEvents.h"
 #include "dialogs/DialogWindow.h"
 #include "dialogs/qt/TreeListControl.h"
-#include "gateway/Project.h"
 
 namespace brevant {
 

@@ -3,7 +3,7 @@
 #include <commctrl.h>
 
 #include "brevant/Error.h"
-#include "dialogs/win32/WideText.h"
+#include "platform/win32/WideText.h"
 
 namespace brevant {
 

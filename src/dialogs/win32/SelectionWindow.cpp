@@ -2,11 +2,14 @@
 
 #include <commctrl.h>
 
+#include <mutex>
+
+#include "brevant/ErrorBox.h"
 #include "dialogs/DialogWindows.h"
-#include "dialogs/win32/ThisModule.h"
-#include "dialogs/win32/WideText.h"
-#include "dialogs/win32/Win32DialogFactory.h"
-#include "dialogs/win32/Win32MessageBox.h"
+#include "dialogs/win32/Win32View.h"
+#include "platform/win32/ThisModule.h"
+#include "platform/win32/WideText.h"
+#include "platform/win32/Win32MessageBox.h"
 
 namespace brevant {
 
@@ -324,9 +327,17 @@ LRESULT CALLBACK SelectionWindow::ListProc(HWND list, UINT message, WPARAM wPara
   return CallWindowProcW(self.listProc_, list, message, wParam, lParam);
 }
 
-std::unique_ptr<DialogWindow> MakeWin32DialogWindow(const DialogDesign& design,
-                                                    DialogEvents& events) {
-  return std::make_unique<SelectionWindow>(design, events);
+void InstallWin32View() {
+  static std::once_flag installed;
+  std::call_once(installed, [] {
+    SetDialogWindowFactory([](const DialogDesign& design, DialogEvents& events) {
+      return std::unique_ptr<DialogWindow>(std::make_unique<SelectionWindow>(design, events));
+    });
+    // With no owner the box stands on its own.
+    SetMessageBoxPresenter([](const std::string& text, const std::string& title, int flags) {
+      ShowWin32MessageBox(nullptr, text, title, flags);
+    });
+  });
 }
 
 }  // namespace brevant

@@ -9,11 +9,11 @@
 #include <array>
 #include <vector>
 
+#include "brevant/ErrorBox.h"
 #include "dialogs/DialogDesign.h"
 #include "dialogs/DialogEvents.h"
 #include "dialogs/DialogWindow.h"
 #include "dialogs/win32/ListViewControl.h"
-#include "gateway/Project.h"
 
 namespace brevant {
 

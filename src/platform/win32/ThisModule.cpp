@@ -1,4 +1,4 @@
-#include "dialogs/win32/ThisModule.h"
+#include "platform/win32/ThisModule.h"
 
 namespace brevant {
 

@@ -1,14 +1,15 @@
 // ErrorBox: shows an error to a person, the one place the library itself does so.
 //
-// The box is drawn by a replaceable presenter, so the logic runs without a window
-// system: the Qt dialogs install a QMessageBox presenter, tests a recording one.
-// On Windows the default is the system's message box.
+// A replaceable presenter draws the box, so that a program with a window system
+// of its own can show it there. The library's dialogs put theirs in place while
+// they are open; the default writes the box to standard error.
 #pragma once
 
 #include <functional>
 #include <string>
 
 #include "brevant/Error.h"
+#include "brevant/Export.h"
 
 namespace brevant {
 
@@ -24,11 +25,11 @@ using MessageBoxPresenter =
     std::function<void(const std::string& text, const std::string& title, int flags)>;
 
 // Installs a presenter and returns the one it replaces. An empty one restores the
-// default, which writes the box to standard error (on Windows: shows it).
-MessageBoxPresenter SetMessageBoxPresenter(MessageBoxPresenter presenter);
+// default, which writes the box to standard error.
+BREVANT_EXPORT MessageBoxPresenter SetMessageBoxPresenter(MessageBoxPresenter presenter);
 
 // Shows ErrorText of the error. A failure of the display is swallowed: nothing
 // reaches the caller, and the error is neither cleared nor raised again.
-void ErrorBox(const Error& error, const std::string& Title);
+BREVANT_EXPORT void ErrorBox(const Error& error, const std::string& Title);
 
 }  // namespace brevant

@@ -1,7 +1,7 @@
-#include "dialogs/win32/Win32MessageBox.h"
+#include "platform/win32/Win32MessageBox.h"
 
-#include "dialogs/win32/WideText.h"
-#include "gateway/Project.h"
+#include "platform/win32/WideText.h"
+#include "brevant/ErrorBox.h"
 
 namespace brevant {
 

@@ -1,10 +1,9 @@
-// The one place that names the driver backends.
+#include "factory/DriverFactory.h"
+
 #include <cstdlib>
 #include <string>
 
-#include "brevant/Error.h"
 #include "d2xx/D2xxDriver.h"
-#include "gateway/Driver.h"
 #ifndef _WIN32
 #include "libftdi/LibftdiDriver.h"
 #endif
@@ -44,7 +43,7 @@ std::shared_ptr<Ftd2xx> MakeD2xx() {
 // libftdi is a Linux backend; on Windows the vendor's library is the driver.
 std::shared_ptr<Ftd2xx> MakeLibftdi() {
 #ifdef _WIN32
-  throw Error(kErrDriverChoice, kDriverSource, "The libftdi driver is not built on Windows");
+  throw DriverUnavailable("The libftdi driver is not built on Windows");
 #else
   return std::make_shared<LibftdiDriver>();
 #endif
@@ -57,7 +56,7 @@ std::shared_ptr<Ftd2xx> MakeVirtual(std::shared_ptr<virt::Bench> bench) {
     try {
       bench->KeepMemories(directory);
     } catch (const virt::StateError& e) {
-      throw Error(kErrDriverChoice, kDriverSource, e.what());
+      throw DriverUnavailable(e.what());
     }
   }
   return std::make_shared<virt::VirtualDriver>(std::move(bench));
@@ -77,7 +76,7 @@ std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
     if (Setting("BREVANT_D2XX_LIBRARY")) return MakeD2xx();
     try {
       return MakeD2xx();
-    } catch (const Error&) {
+    } catch (const DriverUnavailable&) {
       return MakeLibftdi();
     }
 #endif
@@ -92,12 +91,11 @@ std::shared_ptr<Ftd2xx> MakeDriver(std::string_view choice) {
     try {
       bench = virt::LoadBenchFile(std::string(choice.substr(kVirtualFile.size())));
     } catch (const virt::BenchFileError& e) {
-      throw Error(kErrDriverChoice, kDriverSource, e.what());
+      throw DriverUnavailable(e.what());
     }
     return MakeVirtual(std::move(bench));
   }
-  throw Error(kErrDriverChoice, kDriverSource,
-              "Unknown driver \"" + std::string(choice) +
+  throw DriverUnavailable("Unknown driver \"" + std::string(choice) +
                   "\": the choices are d2xx, libftdi, virtual and virtual:BENCH.json");
 }
 

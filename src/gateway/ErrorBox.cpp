@@ -1,30 +1,20 @@
-#include "gateway/Project.h"
+#include "brevant/ErrorBox.h"
 
 #include <cstdio>
 #include <mutex>
 
 #include "gateway/Formating.h"
 
-#ifdef _WIN32
-#include "dialogs/win32/Win32MessageBox.h"
-#endif
 
 namespace brevant {
 
 namespace {
 
-#ifdef _WIN32
-// Windows always has its message box; with no owner it stands on its own.
-void DefaultBox(const std::string& text, const std::string& title, int flags) {
-  ShowWin32MessageBox(nullptr, text, title, flags);
-}
-#else
-// Without a window system the box goes to standard error, under the default
+// The default box goes to standard error, under the default
 // title the platform would give it: the library's name.
 void DefaultBox(const std::string& text, const std::string& title, int /*flags*/) {
   std::fprintf(stderr, "[%s] %s\n", title.empty() ? kDefaultBoxTitle : title.c_str(), text.c_str());
 }
-#endif
 
 std::mutex presenter_mutex;
 MessageBoxPresenter presenter = DefaultBox;

@@ -9,11 +9,19 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 
 namespace brevant {
 
 using FtHandle = void*;
 using FtStatus = uint32_t;
+
+// Thrown by a backend that cannot start: its library is missing or lacks a
+// function, its bench file cannot be read. The text says which and why.
+class DriverUnavailable : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 namespace ft {
 
