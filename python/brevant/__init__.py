@@ -17,6 +17,7 @@ By-reference arguments are written back into a Ref, a bytearray or a list.
 
 from ._abi import lib as _lib
 from ._build import BrevantError, Object, Ref, _Library
+from ._version import __version__
 
 _library = _Library()
 globals().update(_library.enums)

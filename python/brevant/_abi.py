@@ -1,8 +1,10 @@
 """The C ABI of libbrevant.so.1 as ctypes declarations, and where the library is found.
 
 The library is looked for, in this order: the file named by the environment
-variable BREVANT_LIBRARY; libbrevant.so.1 in the build tree beside this package
-(../../build, as `make` leaves it); libbrevant.so.1 on the loader's path.
+variable BREVANT_LIBRARY, and nothing else when it is set; the path it was
+installed at, which `cmake --install` records in brevant/_installed.py;
+libbrevant.so.1 in the build tree beside this package (../../build, as `make`
+leaves it); libbrevant.so.1 on the loader's path.
 """
 
 import ctypes
@@ -88,15 +90,45 @@ class LogSink(Structure):
     _fields_ = [("log_entry", LOG_ENTRY), ("release", LOG_RELEASE), ("context", c_void_p)]
 
 
-def _find():
+_NAME = "libbrevant.so.1"
+
+
+class LibraryNotFound(ImportError):
+    """libbrevant.so.1 did not load from any of the places it is looked for."""
+
+
+def _places():
+    """(what, path) in the order tried."""
     named = os.environ.get("BREVANT_LIBRARY")
     if named:
-        return named
-    beside = os.path.join(os.path.dirname(__file__), "..", "..", "build", "libbrevant.so.1")
-    return beside if os.path.exists(beside) else "libbrevant.so.1"
+        # An explicit choice (a sanitizer build, a test copy) must not be
+        # replaced silently by another library found further down.
+        return [("BREVANT_LIBRARY", named)]
+    places = []
+    try:
+        from ._installed import LIBRARY
+        places.append(("where it was installed", LIBRARY))
+    except ImportError:
+        pass
+    beside = os.path.join(os.path.dirname(__file__), "..", "..", "build", _NAME)
+    places.append(("the build tree beside the package", os.path.normpath(beside)))
+    places.append(("the loader's path", _NAME))
+    return places
 
 
-lib = ctypes.CDLL(_find())
+def _load():
+    failures = []
+    for what, path in _places():
+        try:
+            return ctypes.CDLL(path)
+        except OSError as error:
+            failures.append(f"  {what}: {path}: {str(error).removeprefix(path + ': ')}")
+    raise LibraryNotFound(f"{_NAME} did not load from any of these places:\n"
+                          + "\n".join(failures)
+                          + f"\nSet BREVANT_LIBRARY to the path of {_NAME}.")
+
+
+lib = _load()
 libc = ctypes.CDLL(None)
 libc.calloc.restype = c_void_p
 libc.calloc.argtypes = [ctypes.c_size_t, ctypes.c_size_t]

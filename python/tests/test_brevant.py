@@ -1,6 +1,7 @@
 """The Python package on the virtual bench, through the shared library."""
 
 import os
+import shutil
 import subprocess
 import sys
 
@@ -96,3 +97,27 @@ def test_python_example_runs():
     assert run.stdout.splitlines() == [
         "JEDEC ID: manufacturer EF, type 40, capacity 16",
         "First 16 bytes: " + " ".join(["FF"] * 16)]
+
+
+@pytest.mark.parametrize("named, places", [
+    # Set, it is the only place: another library found instead would go unnoticed.
+    ("/nonexistent/libbrevant.so.1", ["/nonexistent/libbrevant.so.1"]),
+    # Unset: the recorded install path, the build tree, the loader's path, in order.
+    ("", ["/gone/libbrevant.so.1", "{build}", " libbrevant.so.1"]),
+])
+def test_missing_library_is_an_import_error_naming_each_place_tried(tmp_path, named, places):
+    package = tmp_path / "site" / "brevant"
+    shutil.copytree(os.path.dirname(brevant.__file__), package,
+                    ignore=shutil.ignore_patterns("__pycache__"))
+    (package / "_installed.py").write_text('LIBRARY = "/gone/libbrevant.so.1"\n')
+    build = tmp_path / "build" / "libbrevant.so.1"
+    env = dict(os.environ, BREVANT_LIBRARY=named, PYTHONPATH=str(package.parent),
+               LD_LIBRARY_PATH="")
+    run = subprocess.run(
+        [sys.executable, "-c", "try:\n import brevant\nexcept ImportError as e:\n print(e)"],
+        env=env, cwd=tmp_path, capture_output=True, text=True, check=True)
+    lines = run.stdout.splitlines()
+    assert len(lines) == len(places) + 2
+    for place, line in zip(places, lines[1:-1]):
+        assert place.format(build=build) + ": cannot open" in line
+    assert lines[-1] == "Set BREVANT_LIBRARY to the path of libbrevant.so.1."
