@@ -3,8 +3,8 @@
 The library is looked for, in this order: the file named by the environment
 variable BREVANT_LIBRARY, and nothing else when it is set; the path it was
 installed at, which `cmake --install` records in brevant/_installed.py;
-libbrevant.so.1 in the build tree beside this package (../../build, as `make`
-leaves it); libbrevant.so.1 on the loader's path.
+libbrevant.so.1 in the build tree beside this package (../../build/lib, as
+`make` leaves it); libbrevant.so.1 on the loader's path.
 """
 
 import ctypes
@@ -110,7 +110,7 @@ def _places():
         places.append(("where it was installed", LIBRARY))
     except ImportError:
         pass
-    beside = os.path.join(os.path.dirname(__file__), "..", "..", "build", _NAME)
+    beside = os.path.join(os.path.dirname(__file__), "..", "..", "build", "lib", _NAME)
     places.append(("the build tree beside the package", os.path.normpath(beside)))
     places.append(("the loader's path", _NAME))
     return places

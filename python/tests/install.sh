@@ -25,9 +25,9 @@ cp -r "$source" "$work/source"
 check_version pip "$(cd / && env -u PYTHONPATH BREVANT_LIBRARY="$library" \
   "$work/venv/bin/python" -c "$import")"
 
-"$cmake" --install "$build" --prefix "$work/prefix" --component Python >/dev/null
-mkdir -p "$work/prefix/$libdir"
-cp "$library" "$work/prefix/$libdir/"
+for component in Runtime Python; do
+  "$cmake" --install "$build" --prefix "$work/prefix" --component $component >/dev/null
+done
 check_version "cmake --install" "$(cd / && env -u BREVANT_LIBRARY -u LD_LIBRARY_PATH \
   PYTHONPATH="$work/prefix/$pydir" "$python" -c "$import")"
 

@@ -110,7 +110,7 @@ def test_missing_library_is_an_import_error_naming_each_place_tried(tmp_path, na
     shutil.copytree(os.path.dirname(brevant.__file__), package,
                     ignore=shutil.ignore_patterns("__pycache__"))
     (package / "_installed.py").write_text('LIBRARY = "/gone/libbrevant.so.1"\n')
-    build = tmp_path / "build" / "libbrevant.so.1"
+    build = tmp_path / "build" / "lib" / "libbrevant.so.1"
     env = dict(os.environ, BREVANT_LIBRARY=named, PYTHONPATH=str(package.parent),
                LD_LIBRARY_PATH="")
     run = subprocess.run(
