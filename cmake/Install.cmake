@@ -20,8 +20,16 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/BrevantConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/BrevantConfig.cmake ${CMAKE_BINARY_DIR}/BrevantConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Brevant COMPONENT Development)
+# The pkg-config files are written when installing, so that they name the
+# prefix the tree is installed under (`cmake --install --prefix`), which need
+# not be the one configured; under /usr with Debian's multiarch libdir too.
 foreach(pc brevant brevant-c)
-  configure_file(cmake/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}.pc @ONLY)
-  install(FILES ${CMAKE_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  install(CODE "
+    set(PROJECT_VERSION ${PROJECT_VERSION})
+    set(BREVANT_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
+    set(BREVANT_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}.pc @ONLY)
+    file(INSTALL ${CMAKE_BINARY_DIR}/${pc}.pc
+         DESTINATION \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig)"
     COMPONENT Development)
 endforeach()
