@@ -5,7 +5,8 @@
 #               AddressSanitizer + UndefinedBehaviorSanitizer
 # Also: make bench (benchmarks), make fuzz (libFuzzer, clang), make format,
 #       make windows (Brevant.dll cross-built for Windows, tested under Wine),
-#       make deb (Debian packages).
+#       make deb (Debian packages), make install-check (installs them and builds
+#       against them).
 
 PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
   nlohmann-json3-dev libcli11-dev libftdi1-dev libusb-1.0-0-dev umockdev libumockdev-dev \
@@ -16,7 +17,7 @@ ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)
 
 .PHONY: demo test bench fuzz packages build asan format windows windows-packages windows-test \
-  deb
+  deb install-check
 
 packages:
 	@tools/setup/install-packages $(PACKAGES)
@@ -123,6 +124,12 @@ deb: packages
 	cmake --build $(DEB_BUILD) -j $(JOBS)
 	rm -f $(DEB_BUILD)/*.deb
 	cd $(DEB_BUILD) && cpack
+
+# Installs the packages and builds the README's first program against them, and
+# against a `cmake --install` of the normal build; lintian on each package.
+install-check: build
+	@tools/setup/install-packages udev
+	tests/install/check.sh
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
