@@ -401,10 +401,15 @@ class Places {
   std::string Place() const {
     std::string place;
     for (const Frame& frame : frames_) {
+      // Appended piece by piece: GCC 12 warns wrongly about a temporary
+      // made of a literal and a string.
       if (frame.array) {
-        place += "[" + std::to_string(frame.index) + "]";
+        place += '[';
+        place += std::to_string(frame.index);
+        place += ']';
       } else if (!frame.key.empty()) {
-        place += (place.empty() ? "" : ".") + frame.key;
+        if (!place.empty()) place += '.';
+        place += frame.key;
       }
     }
     return place.empty() ? "top level" : place;

@@ -112,6 +112,7 @@ std::string SubstituteInPasses(std::string_view Template, std::initializer_list<
   std::string text(Template);
   int index = 0;
   for (const TextValue& value : values) {
+    // Not "%" + to_string(): GCC 12 at -O3 warns wrongly (-Wrestrict) about it.
     std::string placeholder = std::to_string(++index);
     placeholder.insert(placeholder.begin(), '%');
     std::string next;
