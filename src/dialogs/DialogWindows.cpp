@@ -42,8 +42,9 @@ struct ViewModule {
 };
 
 std::unique_ptr<DialogWindow> WindowOfViewModule(const DialogDesign& design, DialogEvents& events) {
-  // Loaded once, when a dialog is first shown, and kept for the process's life.
-  static const ViewModule module;
+  // Loaded once, when a dialog is first shown, and never unloaded: the toolkit
+  // beneath it keeps state and exit handlers of its own until the process ends.
+  static const ViewModule& module = *new ViewModule;
   if (module.make == nullptr) {
     throw Error(kErrDialogsNotBuilt, "clsDeviceList",
                 "The selection dialogs cannot be shown: " + module.problem);

@@ -135,7 +135,10 @@ std::string Names(ITypeInfo* info, MEMBERID id) {
   UINT count = 0;
   info->GetNames(id, names, 16, &count);
   std::string out;
-  for (UINT i = 0; i < count; ++i) out += (i ? " " : "") + Take(names[i]);
+  for (UINT i = 0; i < count; ++i) {
+    if (i > 0) out += ' ';
+    out += Take(names[i]);
+  }
   return out;
 }
 

@@ -1,7 +1,7 @@
 #include "platform/win32/Win32MessageBox.h"
 
-#include "platform/win32/WideText.h"
 #include "brevant/ErrorBox.h"
+#include "platform/win32/WideText.h"
 
 namespace brevant {
 
