@@ -47,6 +47,11 @@ bool HighSpeed(int32_t type) {
   return type == kTypeFT2232H || type == kTypeFT4232H || type == kTypeFT232H;
 }
 
+// The chip's answers no longer line up with the commands sent.
+Error OutOfStep() {
+  return Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+}
+
 }  // namespace
 
 struct MpsseBatch::Reply::State {
@@ -263,10 +268,7 @@ void MpsseBatch::Flush() {
       int32_t got = 0;
       gateway_.FTRead(answer, answerBytes, got);
       if (markers) bad = BadCommand(slots, answer, got, command);
-      if (!bad && got != answerBytes) {
-        throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), "clsFTDIMPSSE",
-                    "FTDI read error (timeout)");
-      }
+      if (!bad && got != answerBytes) mpsse::RejectShortRead();
     }
   } catch (const Error&) {
     Purge();
@@ -318,7 +320,7 @@ std::optional<Error> MpsseBatch::BadCommand(const std::vector<Slot>& slots, cons
                  TextSubstitute("MPSSE bad command 0x%1 at byte %2 of the batch",
                                 HexText(refused, 2), found - sent.begin()));
   }
-  return Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+  return OutOfStep();
 }
 
 void MpsseBatch::Purge() {
@@ -336,7 +338,7 @@ void MpsseBatch::Resynchronise() {
   int32_t got = 0;
   gateway_.FTRead(echo, 4, got);
   if (got != 4 || echo != ByteArray{kBadCommand, kMarker, kBadCommand, kSecondProbe}) {
-    throw Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+    throw OutOfStep();
   }
 }
 
