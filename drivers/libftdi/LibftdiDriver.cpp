@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 
 namespace brevant {
 
@@ -96,12 +95,6 @@ int ChannelCount(libusb_device* usb) {
   return count;
 }
 
-void CopyText(const std::string& text, char* buffer) {
-  const size_t length = std::min<size_t>(text.size(), ft::kTextBufferSize);
-  std::memcpy(buffer, text.data(), length);
-  if (length < ft::kTextBufferSize) buffer[length] = '\0';
-}
-
 }  // namespace
 
 // The USB devices of the list belong to the lister's libusb context, so it is
@@ -178,11 +171,11 @@ FtStatus LibftdiDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   switch (flags & ~ft::kListByIndex) {
     case ft::kOpenBySerialNumber:
       if (entry.strings != ft::kOk) return entry.strings;
-      CopyText(entry.serialNumber, static_cast<char*>(arg2));
+      ft::CopyText(entry.serialNumber, static_cast<char*>(arg2));
       return ft::kOk;
     case ft::kOpenByDescription:
       if (entry.strings != ft::kOk) return entry.strings;
-      CopyText(entry.description, static_cast<char*>(arg2));
+      ft::CopyText(entry.description, static_cast<char*>(arg2));
       return ft::kOk;
     case ft::kOpenByLocation: {
       // As with the vendor's driver, a channel in use has no location.
@@ -286,8 +279,8 @@ FtStatus LibftdiDriver::FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32
   if (device == nullptr) return ft::kInvalidHandle;
   if (type) *type = VendorType(device->ftdi->type);
   if (id) *id = device->entry.usbId;
-  if (serialNumber) CopyText(device->entry.serialNumber, serialNumber);
-  if (description) CopyText(device->entry.description, description);
+  if (serialNumber) ft::CopyText(device->entry.serialNumber, serialNumber);
+  if (description) ft::CopyText(device->entry.description, description);
   return ft::kOk;
 }
 

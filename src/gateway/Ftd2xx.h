@@ -8,7 +8,10 @@
 // never looks inside one, it only hands it back.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <string_view>
 
 namespace brevant {
 
@@ -51,6 +54,14 @@ inline constexpr uint32_t kPurgeTx = 2;
 
 // Size of the text buffers of FT_ListDevices and FT_GetDeviceInfo.
 inline constexpr int kTextBufferSize = 64;
+
+// Puts `text` into one of those buffers as the vendor driver does: NUL-ended
+// when shorter, cut without a NUL when it fills the buffer.
+inline void CopyText(std::string_view text, char* buffer) {
+  const size_t length = std::min<size_t>(text.size(), kTextBufferSize);
+  std::memcpy(buffer, text.data(), length);
+  if (length < kTextBufferSize) buffer[length] = '\0';
+}
 
 }  // namespace ft
 
