@@ -60,23 +60,23 @@ FtStatus ControlStatus(int code) {
 uint32_t VendorType(ftdi_chip_type type) {
   switch (type) {
     case TYPE_AM:
-      return 1;
+      return ft::kTypeFT232AM;
     case TYPE_BM:
-      return 0;
+      return ft::kTypeFT232BM;
     case TYPE_2232C:
-      return 4;
+      return ft::kTypeFT2232D;
     case TYPE_R:
-      return 5;
+      return ft::kTypeFT232R;
     case TYPE_2232H:
-      return 6;
+      return ft::kTypeFT2232H;
     case TYPE_4232H:
-      return 7;
+      return ft::kTypeFT4232H;
     case TYPE_232H:
-      return 8;
+      return ft::kTypeFT232H;
     case TYPE_230X:
-      return 9;
+      return ft::kTypeFTX;
   }
-  return 3;  // the vendor's "unknown"
+  return ft::kTypeUnknown;
 }
 
 uint32_t LocationOf(libusb_device* usb) {

@@ -52,6 +52,17 @@ inline constexpr uint32_t kOpenByLocation = 4;
 inline constexpr uint32_t kPurgeRx = 1;
 inline constexpr uint32_t kPurgeTx = 2;
 
+// Device types of FT_GetDeviceInfo, as the vendor driver numbers its chips.
+inline constexpr uint32_t kTypeFT232BM = 0;
+inline constexpr uint32_t kTypeFT232AM = 1;
+inline constexpr uint32_t kTypeUnknown = 3;
+inline constexpr uint32_t kTypeFT2232D = 4;  // FT2232C and FT2232D alike
+inline constexpr uint32_t kTypeFT232R = 5;
+inline constexpr uint32_t kTypeFT2232H = 6;
+inline constexpr uint32_t kTypeFT4232H = 7;
+inline constexpr uint32_t kTypeFT232H = 8;
+inline constexpr uint32_t kTypeFTX = 9;  // the FT-X series
+
 // Size of the text buffers of FT_ListDevices and FT_GetDeviceInfo.
 inline constexpr int kTextBufferSize = 64;
 

@@ -19,23 +19,17 @@ constexpr uint8_t kBadCommand = 0xFA;
 constexpr uint8_t kMarker = 0xAA;
 constexpr uint8_t kSecondProbe = 0xAB;
 
-// The driver's device types of the parts with an MPSSE.
-constexpr int32_t kTypeFT2232D = 4;
-constexpr int32_t kTypeFT2232H = 6;
-constexpr int32_t kTypeFT4232H = 7;
-constexpr int32_t kTypeFT232H = 8;
-
 // Buffer sizes by device type. Anything else gets the smallest, which is safe
 // on every part.
 size_t FifoOfType(int32_t type) {
   switch (type) {
-    case kTypeFT2232H:
+    case ft::kTypeFT2232H:
       return 4096;
-    case kTypeFT4232H:
+    case ft::kTypeFT4232H:
       return 2048;
-    case kTypeFT232H:
+    case ft::kTypeFT232H:
       return 1024;
-    case kTypeFT2232D:
+    case ft::kTypeFT2232D:
     default:
       return 384;
   }
@@ -44,7 +38,7 @@ size_t FifoOfType(int32_t type) {
 // Only these know the clock commands 0x8A and 0x8B; any other part takes the
 // 6 MHz rule, which sends neither.
 bool HighSpeed(int32_t type) {
-  return type == kTypeFT2232H || type == kTypeFT4232H || type == kTypeFT232H;
+  return type == ft::kTypeFT2232H || type == ft::kTypeFT4232H || type == ft::kTypeFT232H;
 }
 
 // The chip's answers no longer line up with the commands sent.
