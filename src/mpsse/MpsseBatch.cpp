@@ -133,7 +133,7 @@ MpsseBatch::Reply MpsseBatch::QueueRead(std::vector<uint8_t>&& command, bool bui
   if (!built) return into;
   // Counted even when the command is dropped, so that its reply never turns ready.
   ++into.state_->pending;
-  Queue(std::move(command), {into.state_, 0, answer, bits, 0, 0});
+  Queue(std::move(command), {.into = into.state_, .count = answer, .bits = bits});
   return into;
 }
 
@@ -227,7 +227,7 @@ MpsseBatch::Reply MpsseBatch::TMSBitsInOut(uint8_t DataIn, uint8_t DataLength,
 }
 
 void MpsseBatch::CheckCommands() {
-  if (Queue({kMarker}, {nullptr, 0, 2, 0, 0, 0})) markers_ = true;
+  if (Queue({kMarker}, {.count = 2})) markers_ = true;
 }
 
 void MpsseBatch::Run() {
