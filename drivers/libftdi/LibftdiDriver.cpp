@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 
 namespace brevant {
 
@@ -61,23 +60,23 @@ FtStatus ControlStatus(int code) {
 uint32_t VendorType(ftdi_chip_type type) {
   switch (type) {
     case TYPE_AM:
-      return 1;
+      return ft::kTypeFT232AM;
     case TYPE_BM:
-      return 0;
+      return ft::kTypeFT232BM;
     case TYPE_2232C:
-      return 4;
+      return ft::kTypeFT2232D;
     case TYPE_R:
-      return 5;
+      return ft::kTypeFT232R;
     case TYPE_2232H:
-      return 6;
+      return ft::kTypeFT2232H;
     case TYPE_4232H:
-      return 7;
+      return ft::kTypeFT4232H;
     case TYPE_232H:
-      return 8;
+      return ft::kTypeFT232H;
     case TYPE_230X:
-      return 9;
+      return ft::kTypeFTX;
   }
-  return 3;  // the vendor's "unknown"
+  return ft::kTypeUnknown;
 }
 
 uint32_t LocationOf(libusb_device* usb) {
@@ -94,12 +93,6 @@ int ChannelCount(libusb_device* usb) {
   const int count = std::max<int>(config->bNumInterfaces, 1);
   libusb_free_config_descriptor(config);
   return count;
-}
-
-void CopyText(const std::string& text, char* buffer) {
-  const size_t length = std::min<size_t>(text.size(), ft::kTextBufferSize);
-  std::memcpy(buffer, text.data(), length);
-  if (length < ft::kTextBufferSize) buffer[length] = '\0';
 }
 
 }  // namespace
@@ -178,11 +171,11 @@ FtStatus LibftdiDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   switch (flags & ~ft::kListByIndex) {
     case ft::kOpenBySerialNumber:
       if (entry.strings != ft::kOk) return entry.strings;
-      CopyText(entry.serialNumber, static_cast<char*>(arg2));
+      ft::CopyText(entry.serialNumber, static_cast<char*>(arg2));
       return ft::kOk;
     case ft::kOpenByDescription:
       if (entry.strings != ft::kOk) return entry.strings;
-      CopyText(entry.description, static_cast<char*>(arg2));
+      ft::CopyText(entry.description, static_cast<char*>(arg2));
       return ft::kOk;
     case ft::kOpenByLocation: {
       // As with the vendor's driver, a channel in use has no location.
@@ -286,8 +279,8 @@ FtStatus LibftdiDriver::FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32
   if (device == nullptr) return ft::kInvalidHandle;
   if (type) *type = VendorType(device->ftdi->type);
   if (id) *id = device->entry.usbId;
-  if (serialNumber) CopyText(device->entry.serialNumber, serialNumber);
-  if (description) CopyText(device->entry.description, description);
+  if (serialNumber) ft::CopyText(device->entry.serialNumber, serialNumber);
+  if (description) ft::CopyText(device->entry.description, description);
   return ft::kOk;
 }
 

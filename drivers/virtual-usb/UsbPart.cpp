@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "driver/Ftd2xx.h"
+
 namespace brevant::virt {
 
 namespace {
@@ -54,13 +56,13 @@ struct Kind {
 
 Kind KindOf(uint32_t type) {
   switch (type) {
-    case 4:  // two-channel full-speed part
+    case ft::kTypeFT2232D:
       return {0x0500, 64};
-    case 6:
+    case ft::kTypeFT2232H:
       return {0x0700, 512};
-    case 7:
+    case ft::kTypeFT4232H:
       return {0x0800, 512};
-    default:  // one-channel high-speed part
+    default:  // ft::kTypeFT232H
       return {0x0900, 512};
   }
 }

@@ -15,13 +15,12 @@ namespace {
 
 constexpr uint8_t kSyncBitBangMode = 4;
 
-// Device types as the vendor driver numbers them; USB IDs are 0403 with the
-// part's product ID. FIFO sizes are the larger figures published.
+// USB IDs are 0403 with the part's product ID. FIFO sizes are the larger figures published.
 constexpr std::array<PartModel, 4> kModels = {{
-    {"FT232H", 1, 8, 0x04036014, "Single RS232-HS", 1024, 125},
-    {"FT2232D", 2, 4, 0x04036010, "Dual RS232", 384, 1000},
-    {"FT2232H", 2, 6, 0x04036010, "Dual RS232-HS", 4096, 125},
-    {"FT4232H", 4, 7, 0x04036011, "Quad RS232-HS", 2048, 125},
+    {"FT232H", 1, ft::kTypeFT232H, 0x04036014, "Single RS232-HS", 1024, 125},
+    {"FT2232D", 2, ft::kTypeFT2232D, 0x04036010, "Dual RS232", 384, 1000},
+    {"FT2232H", 2, ft::kTypeFT2232H, 0x04036010, "Dual RS232-HS", 4096, 125},
+    {"FT4232H", 4, ft::kTypeFT4232H, 0x04036011, "Quad RS232-HS", 2048, 125},
 }};
 
 // Serial numbers become file names only when they cannot climb out of the

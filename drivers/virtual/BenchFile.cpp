@@ -29,26 +29,12 @@ constexpr size_t kMaxFileBytes = 1 << 20;
 constexpr std::array<PartKind, 4> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
                                             PartKind::kFT2232H, PartKind::kFT4232H};
 
-constexpr std::array<std::pair<std::string_view, Call>, kCallCount> kCalls = {{
-    {"FT_ListDevices", Call::kListDevices},
-    {"FT_Open", Call::kOpen},
-    {"FT_Close", Call::kClose},
-    {"FT_ResetDevice", Call::kResetDevice},
-    {"FT_ResetPort", Call::kResetPort},
-    {"FT_CyclePort", Call::kCyclePort},
-    {"FT_SetTimeouts", Call::kSetTimeouts},
-    {"FT_GetDeviceInfo", Call::kGetDeviceInfo},
-    {"FT_GetStatus", Call::kGetStatus},
-    {"FT_GetQueueStatus", Call::kGetQueueStatus},
-    {"FT_Purge", Call::kPurge},
-    {"FT_Write", Call::kWrite},
-    {"FT_Read", Call::kRead},
-    {"FT_SetBaudRate", Call::kSetBaudRate},
-    {"FT_GetLatencyTimer", Call::kGetLatencyTimer},
-    {"FT_SetLatencyTimer", Call::kSetLatencyTimer},
-    {"FT_GetBitMode", Call::kGetBitMode},
-    {"FT_SetBitMode", Call::kSetBitMode},
-}};
+// The fault plan's names of the driver functions, as Named reads them.
+constexpr auto kCalls = [] {
+  std::array<std::pair<std::string_view, Call>, kCallCount> calls{};
+  for (int c = 0; c < kCallCount; ++c) calls[c] = {kCallNames[c], static_cast<Call>(c)};
+  return calls;
+}();
 
 constexpr std::array<std::pair<std::string_view, FaultKind>, 4> kFaultKinds = {{
     {"status", FaultKind::kStatus},

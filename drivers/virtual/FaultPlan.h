@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "driver/Ftd2xx.h"
@@ -38,6 +39,16 @@ enum class Call {
   kSetBitMode,
 };
 inline constexpr int kCallCount = 18;
+
+// Their names, in the order of Call, as bench files and the log write them.
+inline constexpr std::array<std::string_view, kCallCount> kCallNames = {
+    "FT_ListDevices", "FT_Open",           "FT_Close",           "FT_ResetDevice",
+    "FT_ResetPort",   "FT_CyclePort",      "FT_SetTimeouts",     "FT_GetDeviceInfo",
+    "FT_GetStatus",   "FT_GetQueueStatus", "FT_Purge",           "FT_Write",
+    "FT_Read",        "FT_SetBaudRate",    "FT_GetLatencyTimer", "FT_SetLatencyTimer",
+    "FT_GetBitMode",  "FT_SetBitMode"};
+static_assert(static_cast<int>(Call::kSetBitMode) + 1 == kCallCount && !kCallNames.back().empty(),
+              "one name for each driver function");
 
 enum class FaultKind {
   kStatus,      // the call does nothing and returns `status`

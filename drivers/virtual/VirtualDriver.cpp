@@ -1,7 +1,6 @@
 #include "virtual/VirtualDriver.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace brevant::virt {
 
@@ -19,13 +18,6 @@ using Lock = std::lock_guard<std::mutex>;
 
 bool IsFault(const std::optional<Fault>& fault, FaultKind kind) {
   return fault && fault->kind == kind;
-}
-
-// The driver's 64-byte text: NUL-ended when shorter, cut without NUL when longer.
-void CopyText(const std::string& text, char* buffer) {
-  const size_t length = std::min<size_t>(text.size(), ft::kTextBufferSize);
-  std::memcpy(buffer, text.data(), length);
-  if (length < ft::kTextBufferSize) buffer[length] = '\0';
 }
 
 }  // namespace
@@ -77,10 +69,10 @@ FtStatus VirtualDriver::FT_ListDevices(void* arg1, void* arg2, uint32_t flags) {
   const Channel& device = bench_->Device(static_cast<int>(index));
   switch (what) {
     case ft::kOpenBySerialNumber:
-      CopyText(device.Identity().serialNumber, static_cast<char*>(arg2));
+      ft::CopyText(device.Identity().serialNumber, static_cast<char*>(arg2));
       return ft::kOk;
     case ft::kOpenByDescription:
-      CopyText(device.Identity().description, static_cast<char*>(arg2));
+      ft::CopyText(device.Identity().description, static_cast<char*>(arg2));
       return ft::kOk;
     case ft::kOpenByLocation:
       // The vendor driver cannot read the location of a device in use.
@@ -162,8 +154,8 @@ FtStatus VirtualDriver::FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32
   const DeviceIdentity& identity = channel->Identity();
   if (type) *type = identity.type;
   if (id) *id = identity.usbId;
-  if (serialNumber) CopyText(identity.serialNumber, serialNumber);
-  if (description) CopyText(identity.description, description);
+  if (serialNumber) ft::CopyText(identity.serialNumber, serialNumber);
+  if (description) ft::CopyText(identity.description, description);
   return ft::kOk;
 }
 

@@ -121,12 +121,12 @@ class BREVANT_EXPORT MpsseBatch {
   // Where a queued read's answer lies and where it goes. A marker (CheckCommands)
   // has no target.
   struct Slot {
-    std::shared_ptr<Reply::State> into;
-    size_t offset;     // in the answer
-    size_t count;      // bytes of the answer
-    uint8_t bits;      // for a TMS read: the bits it holds; 0 for whole bytes
-    size_t command;    // where its command starts in the write
-    size_t afterRead;  // where the command of the read before it ended
+    std::shared_ptr<Reply::State> into = nullptr;
+    size_t offset = 0;     // in the answer
+    size_t count = 0;      // bytes of the answer
+    uint8_t bits = 0;      // for a TMS read: the bits it holds; 0 for whole bytes
+    size_t command = 0;    // where its command starts in the write
+    size_t afterRead = 0;  // where the command of the read before it ended
   };
 
   // Queues one command (checked, without send immediate) whose answer, if

@@ -4,6 +4,7 @@
 
 #include "brevant/Error.h"
 #include "channels/ChannelLife.h"
+#include "gateway/PortSignal.h"
 
 namespace brevant {
 
@@ -19,30 +20,11 @@ constexpr int32_t kBitBangTimeout = 2000;  // ms, read and write
   throw Error(number, kSource, description);
 }
 
-// A value that no longer fits its 32-bit or byte target overflows, as the
-// automation runtime reports it.
-[[noreturn]] void Overflow() {
-  throw Error::Generic(kErrOverflow, kSource);
-}
-
+// A sum that no longer fits 32 bits overflows, as the automation runtime reports it.
 int32_t Sum(int32_t a, int32_t b) {
   const int64_t sum = int64_t{a} + b;
-  if (sum > INT32_MAX) Overflow();
+  if (sum > INT32_MAX) throw Error::Generic(kErrOverflow, kSource);
   return static_cast<int32_t>(sum);
-}
-
-// `old` with the bits of `Signal` set to bit 0 of `Value`. Signal is not
-// checked: a value of several bits sets all of them, and a byte beyond 0..255
-// overflows.
-uint8_t WithSignal(uint8_t old, eFTDIChannel Signal, eBit Value) {
-  const int32_t bits = ((Value & 1) * Signal) | (old & ~Signal);
-  if (bits < 0 || bits > UINT8_MAX) Overflow();
-  return static_cast<uint8_t>(bits);
-}
-
-eBit SignalOf(uint8_t port, eFTDIChannel Signal) {
-  if (Signal == 0) throw Error::Generic(kErrDivisionByZero, kSource);
-  return static_cast<eBit>((port / Signal) & 1);
 }
 
 }  // namespace
@@ -105,28 +87,28 @@ uint8_t clsFTDISyncBitBang::PortOutput0() const {
 // Each signal member works on its port member's shadow byte, never on a value
 // read back from the chip.
 void clsFTDISyncBitBang::SignalDirection(eFTDIChannel Signal, eBit Value) {
-  PortDirection(WithSignal(PortDirection0(), Signal, Value));
+  PortDirection(WithSignal(PortDirection0(), Signal, Value, kSource));
 }
 void clsFTDISyncBitBang::SignalOutput(eFTDIChannel Signal, eBit Value) {
-  PortOutput(WithSignal(PortOutput0(), Signal, Value));
+  PortOutput(WithSignal(PortOutput0(), Signal, Value, kSource));
 }
 eBit clsFTDISyncBitBang::SignalInput(eFTDIChannel Signal) {
-  return SignalOf(PortInput(), Signal);
+  return SignalOf(PortInput(), Signal, kSource);
 }
 eBit clsFTDISyncBitBang::SignalDirection0(eFTDIChannel Signal) const {
-  return SignalOf(PortDirection0(), Signal);
+  return SignalOf(PortDirection0(), Signal, kSource);
 }
 void clsFTDISyncBitBang::SignalDirection0(eFTDIChannel Signal, eBit Value) {
-  PortDirection0(WithSignal(PortDirection0(), Signal, Value));
+  PortDirection0(WithSignal(PortDirection0(), Signal, Value, kSource));
 }
 eBit clsFTDISyncBitBang::SignalInput0(eFTDIChannel Signal) const {
-  return SignalOf(PortInput0(), Signal);
+  return SignalOf(PortInput0(), Signal, kSource);
 }
 eBit clsFTDISyncBitBang::SignalOutput0(eFTDIChannel Signal) const {
-  return SignalOf(PortOutput0(), Signal);
+  return SignalOf(PortOutput0(), Signal, kSource);
 }
 void clsFTDISyncBitBang::SignalOutput0(eFTDIChannel Signal, eBit Value) {
-  PortOutput0(WithSignal(PortOutput0(), Signal, Value));
+  PortOutput0(WithSignal(PortOutput0(), Signal, Value, kSource));
 }
 
 void clsFTDISyncBitBang::BufferInitialize(int32_t InitialSize, int32_t SizeIncrement) {
@@ -159,7 +141,7 @@ void clsFTDISyncBitBang::BufferPortOutput(uint8_t Value) {
 void clsFTDISyncBitBang::BufferSignalOutput(eFTDIChannel Signal, eBit Value) {
   if (WriteCount == 0) Raise(errBufferNotInit, "Write buffer not initialized");
   // Each call is one step in time, built on the step before it.
-  BufferPortOutput(WithSignal(Buffer[WriteCount - 1], Signal, Value));
+  BufferPortOutput(WithSignal(Buffer[WriteCount - 1], Signal, Value, kSource));
 }
 
 void clsFTDISyncBitBang::BufferTransfer() {
@@ -182,7 +164,7 @@ uint8_t clsFTDISyncBitBang::BufferPortInput() {
 }
 
 eBit clsFTDISyncBitBang::BufferSignalInput(eFTDIChannel Signal) {
-  return SignalOf(BufferPortInput(), Signal);
+  return SignalOf(BufferPortInput(), Signal, kSource);
 }
 
 void clsFTDISyncBitBang::Terminate() {

@@ -20,7 +20,11 @@ constexpr int kMargin = 120;
 constexpr int kListBottomGap = 540;
 constexpr int kButtonsFromBottom = 420;
 
-// Sets EventsEnabled again when a step ends, by error too.
+// Sets EventsEnabled again when a step ends, by error too. AddRow and SelectRow
+// take it because a row can fail them (texts that cannot be had, a row the list
+// lacks), and the form must still hear the user afterwards. The other steps
+// switch the flag by hand: they set a label, a button or the list's contents,
+// none of which fails.
 class EventsOff {
  public:
   explicit EventsOff(bool& flag) : flag_(flag) { flag_ = false; }

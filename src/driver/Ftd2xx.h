@@ -8,8 +8,11 @@
 // never looks inside one, it only hands it back.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 namespace brevant {
 
@@ -57,8 +60,27 @@ inline constexpr uint32_t kOpenByLocation = 4;
 inline constexpr uint32_t kPurgeRx = 1;
 inline constexpr uint32_t kPurgeTx = 2;
 
+// Device types of FT_GetDeviceInfo, as the vendor driver numbers its chips.
+inline constexpr uint32_t kTypeFT232BM = 0;
+inline constexpr uint32_t kTypeFT232AM = 1;
+inline constexpr uint32_t kTypeUnknown = 3;
+inline constexpr uint32_t kTypeFT2232D = 4;  // FT2232C and FT2232D alike
+inline constexpr uint32_t kTypeFT232R = 5;
+inline constexpr uint32_t kTypeFT2232H = 6;
+inline constexpr uint32_t kTypeFT4232H = 7;
+inline constexpr uint32_t kTypeFT232H = 8;
+inline constexpr uint32_t kTypeFTX = 9;  // the FT-X series
+
 // Size of the text buffers of FT_ListDevices and FT_GetDeviceInfo.
 inline constexpr int kTextBufferSize = 64;
+
+// Puts `text` into one of those buffers as the vendor driver does: NUL-ended
+// when shorter, cut without a NUL when it fills the buffer.
+inline void CopyText(std::string_view text, char* buffer) {
+  const size_t length = std::min<size_t>(text.size(), kTextBufferSize);
+  std::memcpy(buffer, text.data(), length);
+  if (length < kTextBufferSize) buffer[length] = '\0';
+}
 
 }  // namespace ft
 

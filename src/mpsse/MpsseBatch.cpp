@@ -19,23 +19,17 @@ constexpr uint8_t kBadCommand = 0xFA;
 constexpr uint8_t kMarker = 0xAA;
 constexpr uint8_t kSecondProbe = 0xAB;
 
-// The driver's device types of the parts with an MPSSE.
-constexpr int32_t kTypeFT2232D = 4;
-constexpr int32_t kTypeFT2232H = 6;
-constexpr int32_t kTypeFT4232H = 7;
-constexpr int32_t kTypeFT232H = 8;
-
 // Buffer sizes by device type. Anything else gets the smallest, which is safe
 // on every part.
 size_t FifoOfType(int32_t type) {
   switch (type) {
-    case kTypeFT2232H:
+    case ft::kTypeFT2232H:
       return 4096;
-    case kTypeFT4232H:
+    case ft::kTypeFT4232H:
       return 2048;
-    case kTypeFT232H:
+    case ft::kTypeFT232H:
       return 1024;
-    case kTypeFT2232D:
+    case ft::kTypeFT2232D:
     default:
       return 384;
   }
@@ -44,7 +38,12 @@ size_t FifoOfType(int32_t type) {
 // Only these know the clock commands 0x8A and 0x8B; any other part takes the
 // 6 MHz rule, which sends neither.
 bool HighSpeed(int32_t type) {
-  return type == kTypeFT2232H || type == kTypeFT4232H || type == kTypeFT232H;
+  return type == ft::kTypeFT2232H || type == ft::kTypeFT4232H || type == ft::kTypeFT232H;
+}
+
+// The chip's answers no longer line up with the commands sent.
+Error OutOfStep() {
+  return Error(kErrBadCommand, kSource, "MPSSE engine out of step");
 }
 
 }  // namespace
@@ -134,7 +133,7 @@ MpsseBatch::Reply MpsseBatch::QueueRead(std::vector<uint8_t>&& command, bool bui
   if (!built) return into;
   // Counted even when the command is dropped, so that its reply never turns ready.
   ++into.state_->pending;
-  Queue(std::move(command), {into.state_, 0, answer, bits, 0, 0});
+  Queue(std::move(command), {.into = into.state_, .count = answer, .bits = bits});
   return into;
 }
 
@@ -228,7 +227,7 @@ MpsseBatch::Reply MpsseBatch::TMSBitsInOut(uint8_t DataIn, uint8_t DataLength,
 }
 
 void MpsseBatch::CheckCommands() {
-  if (Queue({kMarker}, {nullptr, 0, 2, 0, 0, 0})) markers_ = true;
+  if (Queue({kMarker}, {.count = 2})) markers_ = true;
 }
 
 void MpsseBatch::Run() {
@@ -263,10 +262,7 @@ void MpsseBatch::Flush() {
       int32_t got = 0;
       gateway_.FTRead(answer, answerBytes, got);
       if (markers) bad = BadCommand(slots, answer, got, command);
-      if (!bad && got != answerBytes) {
-        throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), "clsFTDIMPSSE",
-                    "FTDI read error (timeout)");
-      }
+      if (!bad && got != answerBytes) mpsse::RejectShortRead();
     }
   } catch (const Error&) {
     Purge();
@@ -318,7 +314,7 @@ std::optional<Error> MpsseBatch::BadCommand(const std::vector<Slot>& slots, cons
                  TextSubstitute("MPSSE bad command 0x%1 at byte %2 of the batch",
                                 HexText(refused, 2), found - sent.begin()));
   }
-  return Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+  return OutOfStep();
 }
 
 void MpsseBatch::Purge() {
@@ -336,7 +332,7 @@ void MpsseBatch::Resynchronise() {
   int32_t got = 0;
   gateway_.FTRead(echo, 4, got);
   if (got != 4 || echo != ByteArray{kBadCommand, kMarker, kBadCommand, kSecondProbe}) {
-    throw Error(kErrBadCommand, kSource, "MPSSE engine out of step");
+    throw OutOfStep();
   }
 }
 

@@ -109,6 +109,11 @@ void RejectParameter(const char* message) {
   throw Error(static_cast<int32_t>(errFTDIMPSSE::errParameter), kSource, message);
 }
 
+void RejectShortRead() {
+  throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), kSource,
+              "FTDI read error (timeout)");
+}
+
 void AppendClockDivisor(Bytes& out, int32_t Divisor) {
   RequireMasked(Divisor, kDivisorMask, "Invalid parameter");
   out.insert(out.end(), {kSetDivisor, Low(Divisor), High(Divisor)});

@@ -24,6 +24,9 @@ inline constexpr int32_t kDivisorMask = 0xFFFF;
 
 // errParameter with Source "clsFTDIMPSSE" and `message`.
 [[noreturn]] void RejectParameter(const char* message);
+// errReadError with Source "clsFTDIMPSSE": an answer came back shorter than its
+// commands ask for, which means the read time-out ran out.
+[[noreturn]] void RejectShortRead();
 
 void AppendClockDivisor(Bytes& out, int32_t Divisor);
 // The fastest SCK not above Hz that a part makes, and the divisor giving it.

@@ -22,11 +22,6 @@ constexpr uint8_t kMpsseMode = 0x02;
 // The chip's 12 MHz base halved: clock = 6 MHz / (divisor + 1).
 constexpr double kBaseClock = 6000000.0;
 
-[[noreturn]] void RejectShortRead() {
-  throw Error(static_cast<int32_t>(errFTDIMPSSE::errReadError), kSource,
-              "FTDI read error (timeout)");
-}
-
 // Zeros behind the `filled` bytes that a read put into the array from element 0.
 void ClearBehind(ByteArray& Data, int32_t filled) {
   const std::span<uint8_t> bytes = Data.FromElementZero();
@@ -72,7 +67,7 @@ void clsFTDIMPSSE::Send(ByteArray& command) {
 void clsFTDIMPSSE::Receive(ByteArray& into, int32_t count) {
   int32_t got = 0;
   Gateway->FTRead(into, count, got);
-  if (got != count) RejectShortRead();
+  if (got != count) mpsse::RejectShortRead();
 }
 
 void clsFTDIMPSSE::SendAndReadInto(ByteArray& command, ByteArray& Data, int32_t DataLength) {
@@ -92,7 +87,7 @@ void clsFTDIMPSSE::SendAndReadInto(ByteArray& command, ByteArray& Data, int32_t 
   }
   if (got != DataLength) {
     ClearBehind(Data, got);
-    RejectShortRead();
+    mpsse::RejectShortRead();
   }
 }
 

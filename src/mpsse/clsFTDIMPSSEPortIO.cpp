@@ -1,6 +1,7 @@
 #include "brevant/clsFTDIMPSSEPortIO.h"
 
 #include "brevant/clsFTDIMPSSE.h"
+#include "gateway/PortSignal.h"
 
 namespace brevant {
 
@@ -11,20 +12,6 @@ constexpr char kSource[] = "clsFTDIMPSSEPortIO";
 constexpr uint8_t kMPSSEDirection = 0x0B;
 // Each group has four pins; only these bits of a shadow byte reach the chip.
 constexpr uint8_t kGroupBits = 0x0F;
-
-// The shadow byte with the signal's bit replaced by bit 0 of `Value`. Signal
-// numbers outside their enum are taken as they come, and a result that is no
-// byte is refused before the caller stores anything.
-uint8_t WithSignal(uint8_t shadow, int32_t Signal, eBit Value) {
-  const int32_t result = ((Value & 1) * Signal) | (shadow & ~Signal);
-  if (result < 0 || result > 0xFF) throw Error::Generic(kErrOverflow, kSource);
-  return static_cast<uint8_t>(result);
-}
-
-eBit SignalOf(uint8_t port, int32_t Signal) {
-  if (Signal == 0) throw Error::Generic(kErrDivisionByZero, kSource);
-  return static_cast<eBit>((port / Signal) & 1);
-}
 
 }  // namespace
 
@@ -136,91 +123,91 @@ void clsFTDIMPSSEPortIO::GPIOHPortOutput0(uint8_t Value) {
 
 // Signal writes take the other signals from the shadow, never from the chip.
 void clsFTDIMPSSEPortIO::MPSSESignalOutput(eFTDIMPSSE Signal, eBit Value) {
-  MPSSEPortOutput(WithSignal(MPSSEPortOutput0(), Signal, Value));
+  MPSSEPortOutput(WithSignal(MPSSEPortOutput0(), Signal, Value, kSource));
 }
 
 eBit clsFTDIMPSSEPortIO::MPSSESignalInput(eFTDIMPSSE Signal) {
-  return SignalOf(MPSSEPortInput(), Signal);
+  return SignalOf(MPSSEPortInput(), Signal, kSource);
 }
 
 void clsFTDIMPSSEPortIO::GPIOLSignalDirection(eFTDIGPIOL Signal, eBit Value) {
-  GPIOLPortDirection(WithSignal(GPIOLPortDirection0(), Signal, Value));
+  GPIOLPortDirection(WithSignal(GPIOLPortDirection0(), Signal, Value, kSource));
 }
 
 void clsFTDIMPSSEPortIO::GPIOLSignalOutput(eFTDIGPIOL Signal, eBit Value) {
-  GPIOLPortOutput(WithSignal(GPIOLPortOutput0(), Signal, Value));
+  GPIOLPortOutput(WithSignal(GPIOLPortOutput0(), Signal, Value, kSource));
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOLSignalInput(eFTDIGPIOL Signal) {
-  return SignalOf(GPIOLPortInput(), Signal);
+  return SignalOf(GPIOLPortInput(), Signal, kSource);
 }
 
 void clsFTDIMPSSEPortIO::GPIOHSignalDirection(eFTDIGPIOH Signal, eBit Value) {
-  GPIOHPortDirection(WithSignal(GPIOHPortDirection0(), Signal, Value));
+  GPIOHPortDirection(WithSignal(GPIOHPortDirection0(), Signal, Value, kSource));
 }
 
 void clsFTDIMPSSEPortIO::GPIOHSignalOutput(eFTDIGPIOH Signal, eBit Value) {
-  GPIOHPortOutput(WithSignal(GPIOHPortOutput0(), Signal, Value));
+  GPIOHPortOutput(WithSignal(GPIOHPortOutput0(), Signal, Value, kSource));
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOHSignalInput(eFTDIGPIOH Signal) {
-  return SignalOf(GPIOHPortInput(), Signal);
+  return SignalOf(GPIOHPortInput(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::MPSSESignalDirection0(eFTDIMPSSE Signal) const {
-  return SignalOf(MPSSEPortDirection0(), Signal);
+  return SignalOf(MPSSEPortDirection0(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::MPSSESignalInput0(eFTDIMPSSE Signal) const {
-  return SignalOf(MPSSEPortInput0(), Signal);
+  return SignalOf(MPSSEPortInput0(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::MPSSESignalOutput0(eFTDIMPSSE Signal) const {
-  return SignalOf(MPSSEPortOutput0(), Signal);
+  return SignalOf(MPSSEPortOutput0(), Signal, kSource);
 }
 
 void clsFTDIMPSSEPortIO::MPSSESignalOutput0(eFTDIMPSSE Signal, eBit Value) {
-  MPSSEPortOutput0(WithSignal(MPSSEPortOutput0(), Signal, Value));
+  MPSSEPortOutput0(WithSignal(MPSSEPortOutput0(), Signal, Value, kSource));
 }
 
 void clsFTDIMPSSEPortIO::GPIOLSignalDirection0(eFTDIGPIOL Signal, eBit Value) {
-  GPIOLPortDirection0(WithSignal(GPIOLPortDirection0(), Signal, Value));
+  GPIOLPortDirection0(WithSignal(GPIOLPortDirection0(), Signal, Value, kSource));
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOLSignalDirection0(eFTDIGPIOL Signal) const {
-  return SignalOf(GPIOLPortDirection0(), Signal);
+  return SignalOf(GPIOLPortDirection0(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOLSignalInput0(eFTDIGPIOL Signal) const {
-  return SignalOf(GPIOLPortInput0(), Signal);
+  return SignalOf(GPIOLPortInput0(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOLSignalOutput0(eFTDIGPIOL Signal) const {
-  return SignalOf(GPIOLPortOutput0(), Signal);
+  return SignalOf(GPIOLPortOutput0(), Signal, kSource);
 }
 
 void clsFTDIMPSSEPortIO::GPIOLSignalOutput0(eFTDIGPIOL Signal, eBit Value) {
-  GPIOLPortOutput0(WithSignal(GPIOLPortOutput0(), Signal, Value));
+  GPIOLPortOutput0(WithSignal(GPIOLPortOutput0(), Signal, Value, kSource));
 }
 
 void clsFTDIMPSSEPortIO::GPIOHSignalDirection0(eFTDIGPIOH Signal, eBit Value) {
-  GPIOHPortDirection0(WithSignal(GPIOHPortDirection0(), Signal, Value));
+  GPIOHPortDirection0(WithSignal(GPIOHPortDirection0(), Signal, Value, kSource));
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOHSignalDirection0(eFTDIGPIOH Signal) const {
-  return SignalOf(GPIOHPortDirection0(), Signal);
+  return SignalOf(GPIOHPortDirection0(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOHSignalInput0(eFTDIGPIOH Signal) const {
-  return SignalOf(GPIOHPortInput0(), Signal);
+  return SignalOf(GPIOHPortInput0(), Signal, kSource);
 }
 
 eBit clsFTDIMPSSEPortIO::GPIOHSignalOutput0(eFTDIGPIOH Signal) const {
-  return SignalOf(GPIOHPortOutput0(), Signal);
+  return SignalOf(GPIOHPortOutput0(), Signal, kSource);
 }
 
 void clsFTDIMPSSEPortIO::GPIOHSignalOutput0(eFTDIGPIOH Signal, eBit Value) {
-  GPIOHPortOutput0(WithSignal(GPIOHPortOutput0(), Signal, Value));
+  GPIOHPortOutput0(WithSignal(GPIOHPortOutput0(), Signal, Value, kSource));
 }
 
 }  // namespace brevant

@@ -1,9 +1,8 @@
-// Choosing the driver, and the library's version block.
+// Choosing the driver.
 #include <gtest/gtest.h>
 
 #include "brevant/Driver.h"
 #include "brevant/Error.h"
-#include "brevant/Process.h"
 #include "gateway/Driver.h"
 #include "support/Raised.h"
 
@@ -29,13 +28,6 @@ TEST(DriverChoice, UnknownChoiceNamesItselfAndKeepsTheDriver) {
   EXPECT_NE(e.Description().find("\"usb-magic\""), std::string::npos) << e.Description();
   EXPECT_EQ(before, CurrentDriver());
   SetDriver(nullptr);
-}
-
-TEST(Process, ReportsVersionOneZeroRevisionTen) {
-  const Process process;
-  EXPECT_EQ(process.Major(), 1);
-  EXPECT_EQ(process.Minor(), 0);
-  EXPECT_EQ(process.Revision(), 10);
 }
 
 }  // namespace

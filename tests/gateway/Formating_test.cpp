@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "brevant/Error.h"
@@ -54,19 +55,15 @@ TEST(HexText, PadsButNeverCuts) {
   EXPECT_EQ(HexText64(0x100000A3CULL, 8), "100000A3C");
 }
 
-// One text a line, so that a mismatch shows as a line diff.
+// The ends of the table and the numbers beyond them on both sides.
 TEST(FtStatusText, KnowsEighteenAndNamesTheRest) {
-  std::string texts;
-  for (int32_t status : {INT_MIN, -1}) texts += FtStatusText(status) + "\n";
-  for (int32_t status = 0; status < 20; ++status) texts += FtStatusText(status) + "\n";
-  EXPECT_EQ(texts,
-            "Unknown FT error (-2147483648)\nUnknown FT error (-1)\nUnknown FT error (0)\n"
-            "Invalid FT handle\nFT device handle not found\nFT device not opened\nFT I/O error\n"
-            "Insufficient FT resources\nInvalid FT parameter\nInvalid FT baud rate\n"
-            "FT device not opened for erase\nFT device not opened for write\n"
-            "Failed to write FT device\nFT EEPROM read failed\nFT EEPROM write failed\n"
-            "FT EEPROM erase failed\nFT EEPROM not present\nFT EEPROM not programmed\n"
-            "Invalid FT arguments\nFT not supported\nOther FT error\nUnknown FT error (19)\n");
+  const std::pair<int32_t, const char*> cases[] = {{INT_MIN, "Unknown FT error (-2147483648)"},
+                                                   {-1, "Unknown FT error (-1)"},
+                                                   {0, "Unknown FT error (0)"},
+                                                   {1, "Invalid FT handle"},
+                                                   {18, "Other FT error"},
+                                                   {19, "Unknown FT error (19)"}};
+  for (const auto& [status, text] : cases) EXPECT_EQ(FtStatusText(status), text) << status;
 }
 
 TEST(ErrorText, NumberPartAndDescriptionOnlyWhenPresent) {

@@ -36,13 +36,7 @@ namespace {
 
 using virt::Call;
 using virt::FaultKind;
-
-constexpr std::array<const char*, virt::kCallCount> kCallNames = {
-    "FT_ListDevices", "FT_Open",           "FT_Close",           "FT_ResetDevice",
-    "FT_ResetPort",   "FT_CyclePort",      "FT_SetTimeouts",     "FT_GetDeviceInfo",
-    "FT_GetStatus",   "FT_GetQueueStatus", "FT_Purge",           "FT_Write",
-    "FT_Read",        "FT_SetBaudRate",    "FT_GetLatencyTimer", "FT_SetLatencyTimer",
-    "FT_GetBitMode",  "FT_SetBitMode"};
+using virt::kCallNames;
 
 struct Subject {
   std::function<void()> act;

@@ -1,6 +1,7 @@
 // The MPSSE channel and its port model against the default bench's peripherals:
-// the SPI flash on device 0, the two-TAP JTAG chain on device 1, and the loops
-// and LEDs on device 2.
+// the SPI flash on device 0, and the loops and LEDs on device 2. The JTAG chain
+// is scanned through a batch in MpsseBatch_test; loopback in every order and pair
+// of edges is the engine's (MpsseEngine_test) behind the channel's opcodes.
 #include <optional>
 #include <vector>
 
@@ -46,21 +47,9 @@ std::vector<uint8_t> Pattern(size_t count, uint8_t seed) {
   return bytes;
 }
 
-TEST_F(MpsseBenchTest, ReadsTheFlashIdAndAPage) {
-  Open(0);
-  EXPECT_EQ(Spi({0x9F, 0, 0, 0}), (ByteArray{0xFF, 0xEF, 0x40, 0x16}));
-  const std::vector<uint8_t> page = Pattern(256, 7);
-  Flash().Load(0x1200, page);
-  ByteArray command{0x03, 0x00, 0x12, 0x00}, data;
-  pins->MPSSESignalOutput(eftTMSCS, eb0);
-  mpsse->DataBytesOut(command, 4, embMSBfirst, emcNegEdge);
-  mpsse->DataBytesIn(data, 256, embMSBfirst, emcPosEdge);
-  pins->MPSSESignalOutput(eftTMSCS, eb1);
-  EXPECT_EQ(data, ByteArray(page));
-}
-
 TEST_F(MpsseBenchTest, ProgramsAPageAndReadsItBack) {
   Open(0);
+  EXPECT_EQ(Spi({0x9F, 0, 0, 0}), (ByteArray{0xFF, 0xEF, 0x40, 0x16}));
   const std::vector<uint8_t> page = Pattern(256, 0x31);
   std::vector<uint8_t> program{0x02, 0x00, 0x34, 0x00};
   program.insert(program.end(), page.begin(), page.end());
@@ -76,35 +65,6 @@ TEST_F(MpsseBenchTest, ProgramsAPageAndReadsItBack) {
   const ByteArray back = Spi(read);
   EXPECT_TRUE(std::equal(page.begin(), page.end(), back.Elements().begin() + 4));
   EXPECT_EQ(Flash().Peek(0x3400), page[0]);
-}
-
-// TMS walks both TAPs to Shift-DR, where reset left IDCODE selected; the TAP
-// nearest TDO shifts its code out first.
-TEST_F(MpsseBenchTest, ScansBothIdcodesOfTheJtagChain) {
-  Open(1);
-  mpsse->TMSBitsOut(0x1F, 5, emcNegEdge);  // Test-Logic-Reset
-  mpsse->TMSBitsOut(0x02, 4, emcNegEdge);  // Run-Test/Idle, Select-DR, Capture-DR, Shift-DR
-  ByteArray data{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-  mpsse->DataBytesInOut(data, 8, emdLSBfirst, emcNegEdge, emcPosEdge);
-  EXPECT_EQ(data, (ByteArray{0x93, 0xD0, 0x62, 0x03, 0x77, 0x04, 0xA0, 0x4B}));
-  uint8_t out = 0;
-  // To Exit1-DR: the bit read is the first of the ones shifted in behind the codes.
-  mpsse->TMSBitsInOut(0x01, out, 1, emcNegEdge, emcPosEdge);
-  EXPECT_EQ(out, 0x01);
-}
-
-TEST_F(MpsseBenchTest, LoopbackReturnsWhatWasSentInEveryOrderAndEdge) {
-  Open(2);
-  mpsse->HardwareLoopback(true);
-  for (const auto order : {embMSBfirst, emdLSBfirst}) {
-    for (const auto out : {emcPosEdge, emcNegEdge}) {
-      for (const auto in : {emcPosEdge, emcNegEdge}) {
-        ByteArray data{0x12, 0xC5, 0x7E, 0x00, 0xFF};
-        mpsse->DataBytesInOut(data, 5, order, out, in);
-        EXPECT_EQ(data, (ByteArray{0x12, 0xC5, 0x7E, 0x00, 0xFF})) << order << out << in;
-      }
-    }
-  }
 }
 
 // Device 2's board: GPIOL1 drives GPIOL2, GPIOH0 drives GPIOH1, LEDs on GPIOL0

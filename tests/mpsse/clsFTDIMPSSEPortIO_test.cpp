@@ -1,7 +1,7 @@
 // The port model: what each member sends and reads from its shadow, masks on
-// store and on send, the signal formulas with values outside their enums, and
-// what a failure leaves in the shadow.
-#include <climits>
+// store and on send, signals outside their enums, and what a failure leaves in
+// the shadow. The signal formulas themselves, overflow included, are bit-bang's
+// too: SyncBitBang_test.
 #include <functional>
 
 #include "mpsse/MpsseChannelTest.h"
@@ -126,22 +126,6 @@ TEST_F(PortIOTest, EachMemberSendsItsPortFromTheShadow) {
     c.action(pins);
     EXPECT_EQ(recorder->trace, c.trace);
   }
-}
-
-TEST_F(PortIOTest, SignalWritesThatAreNoByteOverflowBeforeStoring) {
-  Pins& pins = OpenPins();
-  pins.GPIOHPortOutput0(0x06);
-  for (int32_t signal : {0x100, -1, INT32_MIN}) {
-    EXPECT_EQ(
-        Raised([&] { pins.GPIOHSignalOutput(static_cast<eFTDIGPIOH>(signal), eb1); }).Number(),
-        kErrOverflow);
-    EXPECT_EQ(
-        Raised([&] { pins.GPIOHSignalOutput0(static_cast<eFTDIGPIOH>(signal), eb1); }).Number(),
-        kErrOverflow);
-  }
-  pins.GPIOHSignalOutput0(static_cast<eFTDIGPIOH>(-5), eb0);  // not -5 is 4: keeps bit 2 alone
-  EXPECT_EQ(pins.GPIOHPortOutput0(), 0x04);
-  EXPECT_TRUE(recorder->trace.empty());
 }
 
 // The shadow stays right across failures: a stored value goes out at the next

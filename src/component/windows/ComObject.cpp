@@ -87,6 +87,8 @@ HRESULT STDMETHODCALLTYPE SlotEntry(ComObject* self, A1 a1, A2 a2, A3 a3, Raw a4
   return self->CallNative(Slot, raw);
 }
 
+// One thunk per slot position is made at compile time, so a class can have at
+// most this many members; SlotLimitProblem keeps a larger one from being served.
 constexpr int32_t kMaxSlots = 64;
 constexpr int32_t kMaxNativeArguments = 11;
 using AnyFunction = void (*)();
@@ -137,8 +139,8 @@ void* const* VtableOf(int32_t class_index) {
                reinterpret_cast<void*>(&GetIDsOfNamesEntry),
                reinterpret_cast<void*>(&InvokeEntry)};
       const int32_t count = brevant_class_at(c)->slot_count;
-      for (int32_t s = 0; s < count && s < kMaxSlots; ++s) {
-        table.push_back(reinterpret_cast<void*>(slots[s][Pattern(*brevant_slot_at(c, s))]));
+      for (int32_t s = 0; s < count; ++s) {
+        table.push_back(reinterpret_cast<void*>(slots.at(s)[Pattern(*brevant_slot_at(c, s))]));
       }
     }
   });
@@ -297,6 +299,18 @@ ComObject* ComObject::Wrap(brevant_object handle) {
   auto* object = new ComObject(handle, class_index, identity);
   live[identity] = object;
   return object;
+}
+
+std::string ComObject::SlotLimitProblem() {
+  for (int32_t c = 0; c < brevant_class_count(); ++c) {
+    const brevant_class_info& info = *brevant_class_at(c);
+    if (info.slot_count > kMaxSlots) {
+      return std::string(info.name) + " has " + std::to_string(info.slot_count) +
+             " members, more than the " + std::to_string(kMaxSlots) +
+             " that a vtable of this build can hold (kMaxSlots in ComObject.cpp)";
+    }
+  }
+  return {};
 }
 
 ComObject* ComObject::From(IUnknown* unknown) {

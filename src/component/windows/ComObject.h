@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <span>
+#include <string>
 
 #include "brevant/brevant.h"
 
@@ -26,6 +27,9 @@ class ComObject {
   static ComObject* From(IUnknown* unknown);
   // A new object of the class with `class_id`, as interface `iid`.
   static HRESULT Create(const brevant_guid& class_id, REFIID iid, void** out);
+  // Empty when every class's members fit a vtable; else which class does not.
+  // Registration and the class factory refuse a build with such a class.
+  static std::string SlotLimitProblem();
 
   brevant_object Handle() const { return handle_; }
   ULONG AddRef();

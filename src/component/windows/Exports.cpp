@@ -4,9 +4,13 @@
 #include <olectl.h>
 #include <windows.h>
 
+#include <string>
+
 #include "brevant/brevant.h"
 #include "component/Objects.h"
 #include "component/windows/ClassFactory.h"
+#include "component/windows/ComObject.h"
+#include "component/windows/Errors.h"
 #include "component/windows/Module.h"
 #include "component/windows/Registry.h"
 #include "dialogs/win32/Win32View.h"
@@ -24,6 +28,9 @@ STDAPI DllUnregisterServer() {
 STDAPI DllGetClassObject(REFCLSID class_id, REFIID iid, LPVOID* out) {
   if (!out) return E_POINTER;
   *out = nullptr;
+  if (const std::string problem = ComObject::SlotLimitProblem(); !problem.empty()) {
+    return Raise(IID_IClassFactory, nullptr, CLASS_E_CLASSNOTAVAILABLE, "Brevant", problem);
+  }
   for (int32_t c = 0; c < brevant_class_count(); ++c) {
     const brevant_class_info& info = *brevant_class_at(c);
     if (!IsEqualGUID(class_id, *reinterpret_cast<const GUID*>(&info.class_id))) continue;

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "brevant/brevant.h"
+#include "component/windows/ComObject.h"
+#include "component/windows/Errors.h"
 #include "component/windows/Module.h"
 #include "component/windows/Text.h"
 
@@ -60,6 +62,9 @@ HRESULT SetInterface(const std::wstring& iid, const char* name, const std::wstri
 }  // namespace
 
 HRESULT RegisterServer() {
+  if (const std::string problem = ComObject::SlotLimitProblem(); !problem.empty()) {
+    return Raise(IID_NULL, nullptr, SELFREG_E_CLASS, "Brevant", problem);
+  }
   const brevant_library_info& library = *brevant_library();
   const std::wstring path = ModulePath();
   const std::wstring folder = path.substr(0, path.find_last_of(L"\\/"));
