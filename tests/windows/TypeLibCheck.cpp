@@ -247,10 +247,15 @@ void CheckVariables(ITypeLib* library, const std::string& name, TYPEKIND kind,
   for (int i = 0; i < static_cast<int>(expected.size()) && i < type.attr->cVars; ++i) {
     VARDESC* v = nullptr;
     type.info->GetVarDesc(i, &v);
-    Expect(name + " member " + to_string(i), expected[i],
-           Name(type.info.Get(), v->memid) +
-               (v->varkind == VAR_CONST ? " = " + to_string(AsInt(*v->lpvarValue))
-                                        : " " + Spell(v->elemdescVar.tdesc, type.info.Get())));
+    std::string member = Name(type.info.Get(), v->memid);
+    if (v->varkind == VAR_CONST) {
+      member += " = ";
+      member += to_string(AsInt(*v->lpvarValue));
+    } else {
+      member += ' ';
+      member += Spell(v->elemdescVar.tdesc, type.info.Get());
+    }
+    Expect(name + " member " + to_string(i), expected[i], member);
     type.info->ReleaseVarDesc(v);
   }
 }
@@ -302,11 +307,14 @@ int wmain(int argc, wchar_t** argv) {
     const brevant_record_info& r = *brevant_record_at(i);
     std::vector<std::string> fields;
     for (int f = 0; f < r.field_count; ++f) {
-      fields.push_back(r.fields[f].name + (" " + Spell(r.fields[f].type, r.fields[f].type_name)));
+      std::string field = r.fields[f].name;
+      field += ' ';
+      field += Spell(r.fields[f].type, r.fields[f].type_name);
+      fields.push_back(field);
     }
     std::string id = "none";
     for (const auto& record : brevant::idl::kRecordIds) {
-      if (record.name == r.name) id = "{" + std::string(record.guid) + "}";
+      if (record.name == r.name) id = std::string("{").append(record.guid).append("}");
     }
     CheckVariables(library.Get(), r.name, TKIND_RECORD, id, fields);
   }
