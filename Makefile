@@ -108,8 +108,7 @@ windows: packages windows-packages
 	@$(MAKE) --no-print-directory windows-test
 
 # The Debian packages, built with CPack in a build of their own under /usr, with
-# Debian's compiler and linker flags. -O2 as Debian builds: GCC 12 at -O3 warns
-# falsely about a string copy, and warnings are errors.
+# Debian's compiler and linker flags (dpkg-buildflags: -O2 and hardening).
 DEB_BUILD := build-deb
 DEB_PACKAGES := dpkg-dev file lintian
 deb: packages
