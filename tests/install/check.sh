@@ -48,7 +48,7 @@ with_pkg_config() { # OUTPUT [PKG_CONFIG_PATH]
   local flags libdir
   read -ra flags < <(PKG_CONFIG_PATH=${2-} pkg-config --cflags --libs brevant) &&
     libdir=$(PKG_CONFIG_PATH=${2-} pkg-config --variable=libdir brevant) &&
-    c++ -std=c++20 first/first.cpp "${flags[@]}" -o "$1" && LD_LIBRARY_PATH=$libdir "$1"
+    c++ -std=c++20 first/first.cpp "${flags[@]}" -o "$1" && LD_LIBRARY_PATH=$libdir "./$1"
 }
 
 prefix=$work/prefix
