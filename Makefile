@@ -107,8 +107,8 @@ windows-test: $(WINDOWS_BUILD)/build.ninja
 windows: packages windows-packages
 	@$(MAKE) --no-print-directory windows-test
 
-# The Debian packages, built with CPack in a build of their own under /usr, with
-# Debian's compiler and linker flags (dpkg-buildflags: -O2 and hardening).
+# The Debian packages, built with CPack in a build of their own under /usr:
+# a Release build (-O3), with Debian's hardening flags, and no warning allowed.
 DEB_BUILD := build-deb
 DEB_PACKAGES := dpkg-dev file lintian
 deb: packages
@@ -117,8 +117,8 @@ deb: packages
 	  CXXFLAGS="$$(dpkg-buildflags --get CXXFLAGS) $$(dpkg-buildflags --get CPPFLAGS)" \
 	  CFLAGS="$$(dpkg-buildflags --get CFLAGS) $$(dpkg-buildflags --get CPPFLAGS)" \
 	  LDFLAGS="$$(dpkg-buildflags --get LDFLAGS)" && \
-	cmake -S . -B $(DEB_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
-	  -DCMAKE_C_FLAGS_RELEASE=-DNDEBUG -DCMAKE_INSTALL_PREFIX=/usr -DBREVANT_TESTS=OFF \
+	cmake -S . -B $(DEB_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release -DBREVANT_WERROR=ON \
+	  -DCMAKE_INSTALL_PREFIX=/usr -DBREVANT_TESTS=OFF \
 	  -DBREVANT_BENCHMARKS=OFF -DBREVANT_DEBIAN_DOCS=ON -DBREVANT_UDEV_RULES_DIR=/lib/udev/rules.d && \
 	cmake --build $(DEB_BUILD) -j $(JOBS)
 	rm -f $(DEB_BUILD)/*.deb

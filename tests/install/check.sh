@@ -65,6 +65,8 @@ grep -E '^[EWIP]: ' "$log" | sed 's/^/        /' || true
 cleanup=(purge)
 step "apt-get install the packages" "${sudo[@]}" apt-get install -y -qq "${debs[@]}"
 step "brevant --version" /usr/bin/brevant --version
+no_qt() { ! ldd "/usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/libbrevant.so.1" | grep -i qt; }
+step "the installed libbrevant.so.1 needs no Qt" no_qt
 step "man -w brevant brevant-spi" man -w brevant brevant-spi
 step "bash completion is found" bash -c \
   'source /usr/share/bash-completion/bash_completion; _completion_loader brevant; complete -p brevant'
