@@ -25,7 +25,7 @@ struct ViewModule {
       return;
     }
     const std::filesystem::path self = SharedLibrary::FileHolding(&kViewModule);
-    path = (self.parent_path() / kViewModule).string();
+    const std::string path = (self.parent_path() / kViewModule).string();
     library = std::make_unique<SharedLibrary>(path);
     if (!library->Loaded()) {
       problem = library->Problem();
@@ -35,7 +35,6 @@ struct ViewModule {
     if (make == nullptr) problem = path + " has no function " + kViewMakerName;
   }
 
-  std::string path;
   std::unique_ptr<SharedLibrary> library;
   ViewMaker make = nullptr;
   std::string problem;
