@@ -1,6 +1,6 @@
 // Both stream channels, 245 FIFO and opto, on the default bench: what each member
 // hands the driver, what it logs, and what it leaves behind. Device 0's first
-// handle logs as 00000A3C, the next 00000A5C. Failures: ChannelFaults_test.
+// handle logs as 00000A3C, the next 00000A5C. Failures: FaultSweep_test.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

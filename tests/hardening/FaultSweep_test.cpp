@@ -6,8 +6,7 @@
 // for a status), no open is undone, and shadows stored before sending keep the
 // new value. An MPSSE batch purges the driver's queues after a failure (and
 // brings the chip back in step when it checks commands); those calls are
-// expected after the error. The dialogs are cancelled by a fake user. The
-// stream channels' exact lines are in ChannelFaults_test.
+// expected after the error. The dialogs are cancelled by a fake user.
 #include <gtest/gtest.h>
 
 #include <algorithm>
