@@ -25,8 +25,10 @@ D2xxDriver::D2xxDriver(const std::string& library) : library_(library), fn_{} {
   Resolve(library_, library, "FT_Open", fn_.open);
   Resolve(library_, library, "FT_Close", fn_.close);
   Resolve(library_, library, "FT_ResetDevice", fn_.resetDevice);
-  Resolve(library_, library, "FT_ResetPort", fn_.resetPort);
-  Resolve(library_, library, "FT_CyclePort", fn_.cyclePort);
+  // Linux builds of the vendor's library may lack the two port resets; the
+  // library is still worth loading, and those calls are then unsupported.
+  fn_.resetPort = reinterpret_cast<decltype(fn_.resetPort)>(library_.Symbol("FT_ResetPort"));
+  fn_.cyclePort = reinterpret_cast<decltype(fn_.cyclePort)>(library_.Symbol("FT_CyclePort"));
   Resolve(library_, library, "FT_SetTimeouts", fn_.setTimeouts);
   Resolve(library_, library, "FT_GetDeviceInfo", fn_.getDeviceInfo);
   Resolve(library_, library, "FT_GetStatus", fn_.getStatus);
@@ -56,10 +58,10 @@ FtStatus D2xxDriver::FT_ResetDevice(FtHandle handle) {
   return fn_.resetDevice(handle);
 }
 FtStatus D2xxDriver::FT_ResetPort(FtHandle handle) {
-  return fn_.resetPort(handle);
+  return fn_.resetPort ? fn_.resetPort(handle) : ft::kNotSupported;
 }
 FtStatus D2xxDriver::FT_CyclePort(FtHandle handle) {
-  return fn_.cyclePort(handle);
+  return fn_.cyclePort ? fn_.cyclePort(handle) : ft::kNotSupported;
 }
 FtStatus D2xxDriver::FT_SetTimeouts(FtHandle handle, uint32_t readTimeout, uint32_t writeTimeout) {
   return fn_.setTimeouts(handle, readTimeout, writeTimeout);

@@ -4,7 +4,9 @@
 //   auto driver = std::make_shared<D2xxDriver>("libftd2xx.so");
 //
 // Any library exporting the 18 functions with the vendor's C signatures will
-// do; the tests load the virtual D2XX library this way.
+// do; the tests load the virtual D2XX library this way. FT_ResetPort and
+// FT_CyclePort may be missing (some Linux builds of the vendor's library lack
+// them): those two then answer FT_NOT_SUPPORTED.
 #pragma once
 
 #include <string>
@@ -24,8 +26,8 @@ namespace brevant {
 class D2xxDriver : public Ftd2xx {
  public:
   // Loads `library` (a file name the dynamic linker searches for, or a path)
-  // and resolves every function. Throws DriverUnavailable naming the library, or
-  // the first function it lacks.
+  // and resolves its functions. Throws DriverUnavailable naming the library, or
+  // the first function it lacks that cannot be done without.
   explicit D2xxDriver(const std::string& library);
   ~D2xxDriver() override;
   D2xxDriver(const D2xxDriver&) = delete;
