@@ -5,6 +5,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "libftdi/BaudDivisor.h"
 
 namespace brevant {
 
@@ -16,11 +20,18 @@ using Clock = std::chrono::steady_clock;
 constexpr int kStringSize = ft::kTextBufferSize;
 // Longest USB port path libusb reports.
 constexpr int kMaxPorts = 7;
-// One bulk read waits this long for the chip. An idle chip answers with a
-// status-only packet every latency period, so only a dead one runs into it.
-constexpr int kBulkReadMs = 1000;
-// A queue-status poll takes what one read brings, up to a FIFO's worth.
-constexpr int kPollBytes = 4096;
+// Control requests get this long, whatever the client's data time-outs are.
+constexpr int kControlMs = 1000;
+// A chip answers an IN transfer within its latency timer, with status bytes
+// alone if it has nothing; a transfer gets this much longer before it gives up.
+constexpr int kAnswerMarginMs = 50;
+// A queue-status poll takes what one transfer brings, up to a FIFO's worth.
+constexpr uint32_t kPollBytes = 4096;
+// The most packets one IN transfer asks for.
+constexpr uint32_t kMaxPackets = 128;
+// Each bulk IN packet starts with two modem status bytes.
+constexpr unsigned kStatusBytes = 2;
+constexpr uint8_t kLatencyAfterReset = 16;
 
 // libusb's codes, as transfers and enumeration return them.
 FtStatus UsbStatus(int code) {
@@ -56,27 +67,32 @@ FtStatus ControlStatus(int code) {
   return code < 0 ? ft::kIoError : ft::kOk;
 }
 
-// libftdi's chip types as the vendor driver numbers them.
-uint32_t VendorType(ftdi_chip_type type) {
-  switch (type) {
-    case TYPE_AM:
+// The vendor's device type, from the release number each kind of part reports.
+uint32_t TypeOf(uint16_t release) {
+  switch (release) {
+    case 0x0200:
       return ft::kTypeFT232AM;
-    case TYPE_BM:
+    case 0x0400:
       return ft::kTypeFT232BM;
-    case TYPE_2232C:
+    case 0x0500:
       return ft::kTypeFT2232D;
-    case TYPE_R:
+    case 0x0600:
       return ft::kTypeFT232R;
-    case TYPE_2232H:
+    case 0x0700:
       return ft::kTypeFT2232H;
-    case TYPE_4232H:
+    case 0x0800:
       return ft::kTypeFT4232H;
-    case TYPE_232H:
+    case 0x0900:
       return ft::kTypeFT232H;
-    case TYPE_230X:
+    case 0x1000:
       return ft::kTypeFTX;
+    default:
+      return ft::kTypeUnknown;
   }
-  return ft::kTypeUnknown;
+}
+
+bool HasFastClock(uint32_t type) {
+  return type == ft::kTypeFT2232H || type == ft::kTypeFT4232H || type == ft::kTypeFT232H;
 }
 
 uint32_t LocationOf(libusb_device* usb) {
@@ -95,21 +111,52 @@ int ChannelCount(libusb_device* usb) {
   return count;
 }
 
+// A string descriptor as ASCII; a part may have no string at an index of 0.
+int ReadString(libusb_device_handle* usb, uint8_t index, std::string& text) {
+  text.clear();
+  if (index == 0) return LIBUSB_SUCCESS;
+  unsigned char buffer[kStringSize];
+  const int length = libusb_get_string_descriptor_ascii(usb, index, buffer, kStringSize);
+  if (length < 0) return length;
+  text.assign(reinterpret_cast<char*>(buffer), static_cast<size_t>(length));
+  return LIBUSB_SUCCESS;
+}
+
+// Channel A's endpoints are 0x81 (IN) and 0x02 (OUT), B's 0x83 and 0x04, ...
+unsigned char InEndpoint(int channel) {
+  return static_cast<unsigned char>(0x81 + 2 * channel);
+}
+unsigned char OutEndpoint(int channel) {
+  return static_cast<unsigned char>(0x02 + 2 * channel);
+}
+
+std::vector<UsbId> IdsToList() {
+  const char* extra = std::getenv("BREVANT_USB_IDS");
+  try {
+    return UsbIdsToList(extra == nullptr ? "" : extra);
+  } catch (const std::invalid_argument& e) {
+    throw DriverUnavailable(std::string("BREVANT_USB_IDS: ") + e.what());
+  }
+}
+
 }  // namespace
 
 // The USB devices of the list belong to the lister's libusb context, so it is
 // the last thing to go.
-LibftdiDriver::LibftdiDriver() : lister_(ftdi_new()) {}
+LibftdiDriver::LibftdiDriver() : ids_(IdsToList()), lister_(ftdi_new()) {}
 
 LibftdiDriver::~LibftdiDriver() {
-  for (auto& [handle, device] : open_) {
-    ftdi_usb_close(device->ftdi);
-    ftdi_free(device->ftdi);
-    libusb_unref_device(device->entry.usb);
-  }
+  for (auto& [handle, device] : open_) Release(*device);
   open_.clear();
   ForgetScan();
   if (lister_) ftdi_free(lister_);
+}
+
+void LibftdiDriver::Release(Device& device) {
+  device.closed = true;
+  ftdi_usb_close(device.ftdi);
+  ftdi_free(device.ftdi);
+  libusb_unref_device(device.entry.usb);
 }
 
 void LibftdiDriver::ForgetScan() {
@@ -119,36 +166,46 @@ void LibftdiDriver::ForgetScan() {
 
 FtStatus LibftdiDriver::Scan() {
   // Without a USB context (no USB on the machine at all) the list is empty.
-  if (lister_ == nullptr) return ft::kOtherError;
+  if (lister_ == nullptr || lister_->usb_ctx == nullptr) return ft::kOtherError;
   ForgetScan();
-  ftdi_device_list* list = nullptr;
-  const int found = ftdi_usb_find_all(lister_, &list, 0, 0);
-  if (found < 0) return ft::kIoError;
-  for (ftdi_device_list* item = list; item != nullptr; item = item->next) {
+  libusb_device** list = nullptr;
+  const ssize_t found = libusb_get_device_list(lister_->usb_ctx, &list);
+  if (found < 0) return UsbStatus(static_cast<int>(found));
+  for (ssize_t i = 0; i < found; ++i) {
     libusb_device_descriptor descriptor{};
-    libusb_get_device_descriptor(item->dev, &descriptor);
-    char description[kStringSize] = "", serial[kStringSize] = "";
-    const int strings = ftdi_usb_get_strings(lister_, item->dev, nullptr, 0, description,
-                                             kStringSize, serial, kStringSize);
-    const int channels = ChannelCount(item->dev);
+    if (libusb_get_device_descriptor(list[i], &descriptor) != LIBUSB_SUCCESS) continue;
+    const UsbId id = static_cast<UsbId>(descriptor.idVendor) << 16 | descriptor.idProduct;
+    if (std::find(ids_.begin(), ids_.end(), id) == ids_.end()) continue;
+    // Each string on its own: a part without a serial number still has a name.
+    std::string description, serial;
+    libusb_device_handle* usb = nullptr;
+    int strings = libusb_open(list[i], &usb);
+    if (strings == LIBUSB_SUCCESS) {
+      strings = ReadString(usb, descriptor.iProduct, description);
+      if (strings == LIBUSB_SUCCESS) strings = ReadString(usb, descriptor.iSerialNumber, serial);
+      libusb_close(usb);
+    }
+    const int channels = ChannelCount(list[i]);
     for (int channel = 0; channel < channels; ++channel) {
-      Entry entry{libusb_ref_device(item->dev),
+      Entry entry{libusb_ref_device(list[i]),
                   channel,
+                  channels,
                   serial,
                   description,
-                  LocationOf(item->dev) + static_cast<uint32_t>(channel),
-                  static_cast<uint32_t>(descriptor.idVendor) << 16 | descriptor.idProduct,
+                  LocationOf(list[i]) + static_cast<uint32_t>(channel),
+                  id,
+                  TypeOf(descriptor.bcdDevice),
                   strings < 0 ? ft::kIoError : ft::kOk};
       if (channels > 1) {
         const char letter = static_cast<char>('A' + channel);
-        entry.serialNumber += letter;
+        if (!entry.serialNumber.empty()) entry.serialNumber += letter;
         entry.description += ' ';
         entry.description += letter;
       }
       entries_.push_back(std::move(entry));
     }
   }
-  ftdi_list_free(&list);
+  libusb_free_device_list(list, 1);
   // libusb's order follows nothing a user sees; by location, a device keeps its
   // number from run to run while the plugging stays the same.
   std::stable_sort(entries_.begin(), entries_.end(),
@@ -200,101 +257,137 @@ FtStatus LibftdiDriver::FT_Open(int index, FtHandle* handle) {
   if (index < 0 || static_cast<size_t>(index) >= entries_.size()) return ft::kDeviceNotFound;
   // libusb would let this process claim the interface twice.
   if (InUse(entries_[static_cast<size_t>(index)])) return ft::kDeviceNotOpened;
-  auto device = std::make_unique<Device>();
+  auto device = std::make_shared<Device>();
   device->entry = entries_[static_cast<size_t>(index)];
   device->ftdi = ftdi_new();
   if (device->ftdi == nullptr) return ft::kInsufficientResources;
-  const auto interface = static_cast<ftdi_interface>(INTERFACE_A + device->entry.channel);
-  if (ftdi_set_interface(device->ftdi, interface) < 0 ||
-      ftdi_usb_open_dev(device->ftdi, device->entry.usb) < 0) {
-    // Claimed by another handle or process, no permission, or gone.
+  // The channel is claimed here rather than by libftdi's open, which resets the
+  // chip and sets 9600 baud, on a two-channel full-speed part on channel A
+  // whichever channel it opens; the vendor's open leaves the chip as it is.
+  libusb_device_handle* usb = nullptr;
+  const int channel = device->entry.channel;
+  if (libusb_open(device->entry.usb, &usb) != LIBUSB_SUCCESS) {
     ftdi_free(device->ftdi);
     return ft::kDeviceNotOpened;
   }
+  // The kernel's serial driver lets go of the channel, if it has it.
+  libusb_detach_kernel_driver(usb, channel);
+  if (libusb_claim_interface(usb, channel) != LIBUSB_SUCCESS ||
+      ftdi_set_interface(device->ftdi, static_cast<ftdi_interface>(INTERFACE_A + channel)) < 0) {
+    // Claimed by another handle or process, or gone.
+    libusb_close(usb);
+    ftdi_free(device->ftdi);
+    return ft::kDeviceNotOpened;
+  }
+  ftdi_set_usbdev(device->ftdi, usb);
+  const int packet = libusb_get_max_packet_size(device->entry.usb, InEndpoint(channel));
+  device->ftdi->max_packet_size = packet > 0 ? static_cast<unsigned>(packet) : 64;
   // The entry shares the scan's reference to the USB device; the handle needs
   // its own, for the scan may be redone while it is open.
   libusb_ref_device(device->entry.usb);
-  device->ftdi->usb_read_timeout = kBulkReadMs;
-  device->ftdi->usb_write_timeout = 0;
+  device->ftdi->usb_read_timeout = kControlMs;
+  device->ftdi->usb_write_timeout = kControlMs;
+  // Another program may have left the latency timer elsewhere.
+  uint8_t latency = kLatencyAfterReset;
+  if (ftdi_get_latency_timer(device->ftdi, &latency) == 0) device->latencyMs = latency;
   *handle = device.get();
   open_[*handle] = std::move(device);
   return ft::kOk;
 }
 
-LibftdiDriver::Device* LibftdiDriver::Find(FtHandle handle) const {
-  const auto found = open_.find(handle);
-  return found == open_.end() ? nullptr : found->second.get();
+template <class Call>
+FtStatus LibftdiDriver::OnDevice(FtHandle handle, Call call) {
+  std::shared_ptr<Device> device;
+  {
+    Lock lock(mutex_);
+    const auto found = open_.find(handle);
+    if (found == open_.end()) return ft::kInvalidHandle;
+    device = found->second;
+  }
+  Lock lock(device->mutex);
+  // Closed by another thread while this one waited.
+  if (device->closed) return ft::kInvalidHandle;
+  return call(*device);
 }
 
 FtStatus LibftdiDriver::FT_Close(FtHandle handle) {
-  Lock lock(mutex_);
-  const auto found = open_.find(handle);
-  if (found == open_.end()) return ft::kInvalidHandle;
-  Device& device = *found->second;
-  ftdi_usb_close(device.ftdi);
-  ftdi_free(device.ftdi);
-  libusb_unref_device(device.entry.usb);
-  open_.erase(found);
+  std::shared_ptr<Device> device;
+  {
+    Lock lock(mutex_);
+    const auto found = open_.find(handle);
+    if (found == open_.end()) return ft::kInvalidHandle;
+    device = std::move(found->second);
+    open_.erase(found);
+  }
+  // Waits for a call still running on the handle.
+  Lock lock(device->mutex);
+  Release(*device);
   return ft::kOk;
 }
 
 FtStatus LibftdiDriver::FT_ResetDevice(FtHandle handle) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  device->received.clear();
-  return ControlStatus(ftdi_usb_reset(device->ftdi));
+  return OnDevice(handle, [](Device& device) {
+    device.received.clear();
+    return ControlStatus(ftdi_usb_reset(device.ftdi));
+  });
 }
 
-// libftdi has no hub port control; the chip's own reset is the nearest.
+// A reset of the USB port: the part starts afresh, in mode 0 with its power-up
+// latency, and stays the same device.
 FtStatus LibftdiDriver::FT_ResetPort(FtHandle handle) {
-  return FT_ResetDevice(handle);
+  return OnDevice(handle, [](Device& device) {
+    device.received.clear();
+    const int code = libusb_reset_device(device.ftdi->usb_dev);
+    if (code != LIBUSB_SUCCESS) return UsbStatus(code);
+    device.ftdi->bitbang_enabled = 0;
+    device.latencyMs = kLatencyAfterReset;
+    return ft::kOk;
+  });
 }
 
-// A USB reset of the part makes it enumerate again, as a port cycle does.
+// libusb cannot make a part leave the bus and come back.
 FtStatus LibftdiDriver::FT_CyclePort(FtHandle handle) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  device->received.clear();
-  return UsbStatus(libusb_reset_device(device->ftdi->usb_dev));
+  return OnDevice(handle, [](Device&) { return ft::kNotSupported; });
 }
 
 FtStatus LibftdiDriver::FT_SetTimeouts(FtHandle handle, uint32_t readTimeout,
                                        uint32_t writeTimeout) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  device->readTimeoutMs = readTimeout;
-  // libusb's 0 also means no limit.
-  device->ftdi->usb_write_timeout = static_cast<int>(std::min<uint32_t>(writeTimeout, INT32_MAX));
-  return ft::kOk;
+  return OnDevice(handle, [&](Device& device) {
+    device.readTimeoutMs = readTimeout;
+    device.writeTimeoutMs = writeTimeout;
+    return ft::kOk;
+  });
 }
 
 FtStatus LibftdiDriver::FT_GetDeviceInfo(FtHandle handle, uint32_t* type, uint32_t* id,
                                          char* serialNumber, char* description,
                                          void* /*reserved*/) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (type) *type = VendorType(device->ftdi->type);
-  if (id) *id = device->entry.usbId;
-  if (serialNumber) ft::CopyText(device->entry.serialNumber, serialNumber);
-  if (description) ft::CopyText(device->entry.description, description);
-  return ft::kOk;
+  return OnDevice(handle, [&](Device& device) {
+    if (type) *type = device.entry.type;
+    if (id) *id = device.entry.usbId;
+    if (serialNumber) ft::CopyText(device.entry.serialNumber, serialNumber);
+    if (description) ft::CopyText(device.entry.description, description);
+    return ft::kOk;
+  });
 }
 
 FtStatus LibftdiDriver::Fill(Device& device, uint32_t wanted, int waitMs) {
-  device.ftdi->usb_read_timeout = std::max(waitMs, 1);
-  const size_t before = device.received.size();
-  device.received.resize(before + wanted);
-  const int got =
-      ftdi_read_data(device.ftdi, device.received.data() + before, static_cast<int>(wanted));
-  device.received.resize(before + static_cast<size_t>(std::max(got, 0)));
-  // A bulk read that timed out brought nothing; the caller decides whether to
-  // wait longer.
-  if (got == LIBUSB_ERROR_TIMEOUT) return ft::kOk;
-  return got < 0 ? UsbStatus(got) : ft::kOk;
+  const uint32_t packet = std::max(device.ftdi->max_packet_size, 8u);
+  const uint32_t payload = packet - kStatusBytes;
+  const uint32_t packets = std::clamp((wanted + payload - 1) / payload, 1u, kMaxPackets);
+  device.packets.resize(packets * packet);
+  const int timeout = std::max(waitMs, device.latencyMs + kAnswerMarginMs);
+  int got = 0;
+  const int code = libusb_bulk_transfer(
+      device.ftdi->usb_dev, InEndpoint(device.entry.channel), device.packets.data(),
+      static_cast<int>(device.packets.size()), &got, static_cast<unsigned>(timeout));
+  // Whatever came is kept, a transfer cut short by its time-out included.
+  for (uint32_t at = 0; at + kStatusBytes < static_cast<uint32_t>(got); at += packet) {
+    const auto first = device.packets.begin() + at + kStatusBytes;
+    device.received.insert(device.received.end(), first,
+                           device.packets.begin() + std::min<uint32_t>(at + packet, got));
+  }
+  return code == LIBUSB_ERROR_TIMEOUT ? ft::kOk : UsbStatus(code);
 }
 
 FtStatus LibftdiDriver::FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_t* txBytes,
@@ -305,117 +398,130 @@ FtStatus LibftdiDriver::FT_GetStatus(FtHandle handle, uint32_t* rxBytes, uint32_
   if (const FtStatus status = FT_GetQueueStatus(handle, rxBytes); status != ft::kOk) {
     return status;
   }
-  // libftdi's writes return once the chip has taken the bytes.
+  // Writes return once the chip has taken the bytes.
   *txBytes = 0;
   *eventStatus = 0;
   return ft::kOk;
 }
 
 FtStatus LibftdiDriver::FT_GetQueueStatus(FtHandle handle, uint32_t* rxBytes) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (rxBytes == nullptr) return ft::kInvalidParameter;
-  if (const FtStatus status = Fill(*device, kPollBytes, kBulkReadMs); status != ft::kOk) {
-    return status;
-  }
-  *rxBytes = static_cast<uint32_t>(device->received.size());
-  return ft::kOk;
+  return OnDevice(handle, [&](Device& device) {
+    if (rxBytes == nullptr) return ft::kInvalidParameter;
+    if (const FtStatus status = Fill(device, kPollBytes, 0); status != ft::kOk) return status;
+    *rxBytes = static_cast<uint32_t>(device.received.size());
+    return ft::kOk;
+  });
 }
 
 FtStatus LibftdiDriver::FT_Purge(FtHandle handle, uint32_t mask) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (mask & ft::kPurgeRx) {
-    device->received.clear();
-    if (const int code = ftdi_tciflush(device->ftdi); code < 0) return ControlStatus(code);
-  }
-  if (mask & ft::kPurgeTx) return ControlStatus(ftdi_tcoflush(device->ftdi));
-  return ft::kOk;
+  return OnDevice(handle, [&](Device& device) {
+    if (mask & ft::kPurgeRx) {
+      device.received.clear();
+      if (const int code = ftdi_tciflush(device.ftdi); code < 0) return ControlStatus(code);
+    }
+    if (mask & ft::kPurgeTx) return ControlStatus(ftdi_tcoflush(device.ftdi));
+    return ft::kOk;
+  });
 }
 
 FtStatus LibftdiDriver::FT_Write(FtHandle handle, const void* buffer, uint32_t count,
                                  uint32_t* written) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (written == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
-  *written = 0;
-  if (count == 0) return ft::kOk;
-  const int sent = ftdi_write_data(device->ftdi, static_cast<const unsigned char*>(buffer),
-                                   static_cast<int>(std::min<uint32_t>(count, INT32_MAX)));
-  // libftdi does not say how much of a timed-out write went out; the vendor's
-  // driver reports a time-out as a short count, here none.
-  if (sent == LIBUSB_ERROR_TIMEOUT) return ft::kOk;
-  if (sent < 0) return UsbStatus(sent);
-  *written = static_cast<uint32_t>(sent);
-  return ft::kOk;
+  return OnDevice(handle, [&](Device& device) {
+    if (written == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
+    *written = 0;
+    const bool limited = device.writeTimeoutMs != 0;
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::milliseconds(device.writeTimeoutMs);
+    auto* bytes = static_cast<unsigned char*>(const_cast<void*>(buffer));
+    while (*written < count) {
+      unsigned timeout = 0;  // libusb's 0 waits without limit
+      if (limited) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) break;
+        timeout = static_cast<unsigned>(left.count());
+      }
+      const int chunk = static_cast<int>(std::min<uint32_t>(count - *written, INT32_MAX));
+      int sent = 0;
+      const int code = libusb_bulk_transfer(device.ftdi->usb_dev, OutEndpoint(device.entry.channel),
+                                            bytes + *written, chunk, &sent, timeout);
+      *written += static_cast<uint32_t>(sent);
+      // A time-out is a short count with status OK, as the vendor's driver has it.
+      if (code == LIBUSB_ERROR_TIMEOUT) break;
+      if (code != LIBUSB_SUCCESS) return UsbStatus(code);
+    }
+    return ft::kOk;
+  });
 }
 
 FtStatus LibftdiDriver::FT_Read(FtHandle handle, void* buffer, uint32_t count, uint32_t* read) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (read == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
-  const bool limited = device->readTimeoutMs != 0;
-  const Clock::time_point deadline =
-      Clock::now() + std::chrono::milliseconds(device->readTimeoutMs);
-  while (device->received.size() < count) {
-    const Clock::time_point now = Clock::now();
-    if (limited && now >= deadline) break;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now).count();
-    const int wait = limited ? static_cast<int>(std::min<int64_t>(left, kBulkReadMs)) : kBulkReadMs;
-    const FtStatus status =
-        Fill(*device, count - static_cast<uint32_t>(device->received.size()), wait);
-    if (status != ft::kOk) return status;
-  }
-  const size_t given = std::min<size_t>(count, device->received.size());
-  std::copy_n(device->received.begin(), given, static_cast<uint8_t*>(buffer));
-  device->received.erase(device->received.begin(), device->received.begin() + given);
-  *read = static_cast<uint32_t>(given);
-  return ft::kOk;
+  return OnDevice(handle, [&](Device& device) {
+    if (read == nullptr || (buffer == nullptr && count > 0)) return ft::kInvalidParameter;
+    const bool limited = device.readTimeoutMs != 0;
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::milliseconds(device.readTimeoutMs);
+    while (device.received.size() < count) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+      if (limited && left.count() <= 0) break;
+      const uint32_t missing = count - static_cast<uint32_t>(device.received.size());
+      const FtStatus status = Fill(device, missing, limited ? static_cast<int>(left.count()) : 0);
+      if (status != ft::kOk) return status;
+    }
+    const size_t given = std::min<size_t>(count, device.received.size());
+    std::copy_n(device.received.begin(), given, static_cast<uint8_t*>(buffer));
+    device.received.erase(device.received.begin(), device.received.begin() + given);
+    *read = static_cast<uint32_t>(given);
+    return ft::kOk;
+  });
 }
 
+// The request is made here rather than by libftdi, which multiplies the rate in
+// bit-bang modes and leaves the channel out of the request on a two-channel
+// full-speed part; the vendor's driver passes the rate through to the channel.
 FtStatus LibftdiDriver::FT_SetBaudRate(FtHandle handle, uint32_t baudRate) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  const int code =
-      ftdi_set_baudrate(device->ftdi, static_cast<int>(std::min<uint32_t>(baudRate, INT32_MAX)));
-  // -1 is libftdi's "invalid baudrate"; the others failed on the bus.
-  if (code == -1) return ft::kInvalidBaudRate;
-  return ControlStatus(code);
+  return OnDevice(handle, [&](Device& device) {
+    const std::optional<BaudDivisor> divisor =
+        DivisorFor(baudRate, HasFastClock(device.entry.type));
+    if (!divisor) return ft::kInvalidBaudRate;
+    const int channel = device.entry.channels > 1 ? device.entry.channel + 1 : 0;
+    constexpr uint8_t kVendorOut = 0x40;
+    constexpr uint8_t kSetBaudRate = 0x03;
+    const int code =
+        libusb_control_transfer(device.ftdi->usb_dev, kVendorOut, kSetBaudRate, divisor->Value(),
+                                divisor->Index(channel), nullptr, 0, kControlMs);
+    if (code < 0) return UsbStatus(code);
+    device.ftdi->baudrate = static_cast<int>(divisor->actualRate);
+    return ft::kOk;
+  });
 }
 
 FtStatus LibftdiDriver::FT_GetLatencyTimer(FtHandle handle, uint8_t* timer) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (timer == nullptr) return ft::kInvalidParameter;
-  return ControlStatus(ftdi_get_latency_timer(device->ftdi, timer));
+  return OnDevice(handle, [&](Device& device) {
+    if (timer == nullptr) return ft::kInvalidParameter;
+    return ControlStatus(ftdi_get_latency_timer(device.ftdi, timer));
+  });
 }
 
 FtStatus LibftdiDriver::FT_SetLatencyTimer(FtHandle handle, uint8_t timer) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  return ControlStatus(ftdi_set_latency_timer(device->ftdi, timer));
+  return OnDevice(handle, [&](Device& device) {
+    // The chip would never send a short packet with a timer of 0.
+    if (timer == 0) return ft::kInvalidParameter;
+    const FtStatus status = ControlStatus(ftdi_set_latency_timer(device.ftdi, timer));
+    if (status == ft::kOk) device.latencyMs = timer;
+    return status;
+  });
 }
 
 FtStatus LibftdiDriver::FT_GetBitMode(FtHandle handle, uint8_t* pins) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  if (pins == nullptr) return ft::kInvalidParameter;
-  return ControlStatus(ftdi_read_pins(device->ftdi, pins));
+  return OnDevice(handle, [&](Device& device) {
+    if (pins == nullptr) return ft::kInvalidParameter;
+    return ControlStatus(ftdi_read_pins(device.ftdi, pins));
+  });
 }
 
 FtStatus LibftdiDriver::FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) {
-  Lock lock(mutex_);
-  Device* device = Find(handle);
-  if (device == nullptr) return ft::kInvalidHandle;
-  return ControlStatus(ftdi_set_bitmode(device->ftdi, mask, mode));
+  return OnDevice(handle, [&](Device& device) {
+    return ControlStatus(ftdi_set_bitmode(device.ftdi, mask, mode));
+  });
 }
 
 }  // namespace brevant

@@ -6,9 +6,16 @@
 //   digits (bus 2, ports 1.4: 0x214), plus the channel's number (A 0, B 1, ...)
 //   so that the channels of one part have consecutive locations;
 // - the list is in the order of the locations.
-// FT_Read keeps reading until it has the count or the read time-out has passed,
-// then returns kOk with what it has; bytes the queue status saw wait in the
-// handle's receive buffer.
+// It lists the vendor's product ids for these parts and those named in
+// BREVANT_USB_IDS ("VVVV:PPPP,..."), for boards with ids of their own.
+//
+// libftdi opens the channel and makes the control requests; data moves through
+// libusb's bulk transfers directly, so that a transfer that runs into its
+// time-out still hands over what it carried, and a write that times out says
+// how much went. FT_Read keeps reading until it has the count or the read
+// time-out has passed, then returns kOk with what it has; bytes the queue status
+// saw wait in the handle's receive buffer. Each handle has its own lock: a read
+// waiting on one channel never holds up another.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +26,7 @@
 #include <vector>
 
 #include "driver/Ftd2xx.h"
+#include "libftdi/UsbIds.h"
 
 struct ftdi_context;
 struct libusb_device;
@@ -27,6 +35,8 @@ namespace brevant {
 
 class LibftdiDriver : public Ftd2xx {
  public:
+  // Throws DriverUnavailable when BREVANT_USB_IDS holds something that is not
+  // a list of ids.
   LibftdiDriver();
   ~LibftdiDriver() override;
   LibftdiDriver(const LibftdiDriver&) = delete;
@@ -59,33 +69,45 @@ class LibftdiDriver : public Ftd2xx {
   struct Entry {
     libusb_device* usb = nullptr;  // holds a reference while the entry lives
     int channel = 0;
+    int channels = 1;
     std::string serialNumber;
     std::string description;
     uint32_t locationId = 0;
     uint32_t usbId = 0;
+    uint32_t type = ft::kTypeUnknown;
     FtStatus strings = 0;  // kOk, or why the strings could not be read
   };
   // An open channel; its address is the handle.
   struct Device {
+    std::mutex mutex;  // held by every call on the handle
+    bool closed = false;
     ftdi_context* ftdi = nullptr;
     Entry entry;
     uint32_t readTimeoutMs = 0;
+    uint32_t writeTimeoutMs = 0;
+    uint8_t latencyMs = 16;
     std::vector<uint8_t> received;  // read from the chip, not yet by the client
+    std::vector<uint8_t> packets;   // one bulk transfer's raw packets
   };
 
   FtStatus Scan();
   // True while a handle of this driver has the entry's channel open.
   bool InUse(const Entry& entry) const;
   void ForgetScan();
-  Device* Find(FtHandle handle) const;
-  // Reads what the chip has sent by now into the device's receive buffer,
-  // waiting at most `waitMs`.
-  FtStatus Fill(Device& device, uint32_t wanted, int waitMs);
+  // Runs `call` on the handle's device under its own lock.
+  template <class Call>
+  FtStatus OnDevice(FtHandle handle, Call call);
+  // One bulk IN transfer into the device's receive buffer, for about `wanted`
+  // bytes, waiting at least `waitMs` and never less than the latency timer
+  // needs to answer.
+  static FtStatus Fill(Device& device, uint32_t wanted, int waitMs);
+  static void Release(Device& device);
 
-  std::mutex mutex_;
+  const std::vector<UsbId> ids_;
+  std::mutex mutex_;  // the scan and the table of handles
   ftdi_context* lister_;
   std::vector<Entry> entries_;
-  std::map<FtHandle, std::unique_ptr<Device>> open_;
+  std::map<FtHandle, std::shared_ptr<Device>> open_;
 };
 
 }  // namespace brevant
