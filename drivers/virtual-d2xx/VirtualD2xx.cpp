@@ -74,12 +74,16 @@ EXPORT FtStatus CALL FT_Close(FtHandle handle) {
 EXPORT FtStatus CALL FT_ResetDevice(FtHandle handle) {
   return Driver().FT_ResetDevice(handle);
 }
+// Some Linux builds of the vendor's library lack these two; a variant of this
+// library without them stands in for such a build.
+#ifndef BREVANT_WITHOUT_PORT_RESETS
 EXPORT FtStatus CALL FT_ResetPort(FtHandle handle) {
   return Driver().FT_ResetPort(handle);
 }
 EXPORT FtStatus CALL FT_CyclePort(FtHandle handle) {
   return Driver().FT_CyclePort(handle);
 }
+#endif
 EXPORT FtStatus CALL FT_SetTimeouts(FtHandle handle, uint32_t readTimeout, uint32_t writeTimeout) {
   return Driver().FT_SetTimeouts(handle, readTimeout, writeTimeout);
 }
