@@ -16,7 +16,8 @@
 // 7 of the low port only on the wire. The MPSSE signals are always directed 0x0B.
 //
 // The model can outlive its channel. Once the channel is gone, every member that
-// would reach the chip raises kErrChannelReleased; the others go on working.
+// would reach the chip raises what a closed device raises, kErrDeviceNotOpened
+// from clsFTD2xx; the others go on working.
 #pragma once
 
 #include <cstdint>
@@ -28,9 +29,6 @@
 namespace brevant {
 
 class clsFTDIMPSSE;
-
-// Raised, with Source "clsFTDIMPSSEPortIO", by a model whose channel has ended.
-inline constexpr int32_t kErrChannelReleased = kObjectErrorBase + 6303;
 
 // Signals of the low port's bits 0 to 3.
 enum eFTDIMPSSE : int32_t {

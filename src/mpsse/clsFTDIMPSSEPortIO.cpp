@@ -7,6 +7,7 @@ namespace brevant {
 
 namespace {
 
+// The source of the signal members' own errors.
 constexpr char kSource[] = "clsFTDIMPSSEPortIO";
 // TCK/SK, TDI/DO and TMS/CS drive, TDO/DI listens; nothing changes that.
 constexpr uint8_t kMPSSEDirection = 0x0B;
@@ -15,8 +16,9 @@ constexpr uint8_t kGroupBits = 0x0F;
 
 }  // namespace
 
+// A model whose channel has ended sees no device, as a closed channel does.
 clsFTDIMPSSE& clsFTDIMPSSEPortIO::Attached() const {
-  if (!Channel) throw Error(kErrChannelReleased, kSource, "MPSSE channel released");
+  if (!Channel) throw Error(kErrDeviceNotOpened, "clsFTD2xx", "Device not opened");
   return *Channel;
 }
 

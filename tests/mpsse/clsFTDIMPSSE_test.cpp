@@ -373,9 +373,9 @@ TEST_F(MpsseChannelTest, PortModelOutlivesItsChannelSafely) {
   EXPECT_FALSE(bench->Device(0).IsOpen());
   EXPECT_EQ(log->Texts(), Trace{"FT_Close (0x00000A3C) = 0"});
   const Error e = Raised([&] { pins->SyncGPIOH(); });
-  EXPECT_EQ(e.Number(), kErrChannelReleased);
-  EXPECT_EQ(e.Source(), "clsFTDIMPSSEPortIO");
-  EXPECT_EQ(e.Description(), "MPSSE channel released");
+  EXPECT_EQ(e.Number(), kErrDeviceNotOpened);
+  EXPECT_EQ(e.Source(), "clsFTD2xx");
+  EXPECT_EQ(e.Description(), "Device not opened");
   EXPECT_EQ(pins->GPIOHPortOutput0(), 0x05);
 }
 
