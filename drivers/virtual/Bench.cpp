@@ -16,11 +16,12 @@ namespace {
 constexpr uint8_t kSyncBitBangMode = 4;
 
 // USB IDs are 0403 with the part's product ID. FIFO sizes are the larger figures published.
-constexpr std::array<PartModel, 4> kModels = {{
-    {"FT232H", 1, ft::kTypeFT232H, 0x04036014, "Single RS232-HS", 1024, 125},
-    {"FT2232D", 2, ft::kTypeFT2232D, 0x04036010, "Dual RS232", 384, 1000},
-    {"FT2232H", 2, ft::kTypeFT2232H, 0x04036010, "Dual RS232-HS", 4096, 125},
-    {"FT4232H", 4, ft::kTypeFT4232H, 0x04036011, "Quad RS232-HS", 2048, 125},
+constexpr std::array<PartModel, 5> kModels = {{
+    {"FT232H", 1, ft::kTypeFT232H, 0x04036014, "Single RS232-HS", 1024, 125, 0x0900, 128},
+    {"FT2232D", 2, ft::kTypeFT2232D, 0x04036010, "Dual RS232", 384, 1000, 0x0500, 64},
+    {"FT2232H", 2, ft::kTypeFT2232H, 0x04036010, "Dual RS232-HS", 4096, 125, 0x0700, 128},
+    {"FT4232H", 4, ft::kTypeFT4232H, 0x04036011, "Quad RS232-HS", 2048, 125, 0x0800, 128},
+    {"FT232R", 1, ft::kTypeFT232R, 0x04036001, "FT232R USB UART", 256, 1000, 0x0600, 64},
 }};
 
 // Serial numbers become file names only when they cannot climb out of the
@@ -42,6 +43,9 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
                     std::string_view description) {
   const PartModel& model = ModelOf(kind);
   const std::string text(description.empty() ? model.description : description);
+  const auto eeprom = std::make_shared<ChipEeprom>(
+      model.eepromWords, ChipEeprom::Identity{static_cast<uint16_t>(model.usbId), model.release,
+                                              "FTDI", text, serialBase});
   for (int channel = 0; channel < model.channels; ++channel) {
     DeviceIdentity identity{serialBase, text, locationId + channel, model.type, model.usbId};
     if (model.channels > 1) {
@@ -52,6 +56,8 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
     }
     Channel& device = AddDevice(std::move(identity));
     device.SetTransferUs(model.transferUs);
+    device.SetReceiveBuffer(model.rxFifoBytes);
+    device.SetEeprom(eeprom);
     InstallMpsse(device, kind, channel);
   }
 }
@@ -90,11 +96,23 @@ void Bench::KeepMemories(const std::string& directory) {
     }
     memories_.emplace_back(path, SharedDevice(index), *flash);
   }
+  // One file per part, named after its first channel.
+  std::vector<const ChipEeprom*> kept;
+  for (int index = 0; index < DeviceCount(); ++index) {
+    const std::shared_ptr<ChipEeprom> eeprom = Device(index).SharedEeprom();
+    if (!eeprom || std::find(kept.begin(), kept.end(), eeprom.get()) != kept.end()) continue;
+    kept.push_back(eeprom.get());
+    const std::string& serial = Device(index).Identity().serialNumber;
+    const std::string name =
+        (IsSafeFileName(serial) ? serial : "device" + std::to_string(index)) + ".eeprom";
+    eeproms_.emplace_back((std::filesystem::path(directory) / name).string(), eeprom);
+  }
 }
 
 bool Bench::SaveMemories() {
   bool saved = true;
   for (FlashFile& memory : memories_) saved = memory.Save() && saved;
+  for (EepromFile& eeprom : eeproms_) saved = eeprom.Save() && saved;
   return saved;
 }
 

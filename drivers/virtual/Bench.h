@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "virtual/Channel.h"
+#include "virtual/EepromFile.h"
 #include "virtual/FaultPlan.h"
 #include "virtual/FlashFile.h"
 #include "virtual/VirtualClock.h"
@@ -28,11 +29,13 @@ namespace brevant::virt {
 inline constexpr size_t kHighSpeedPacketData = 510;
 inline constexpr size_t kFullSpeedPacketData = 62;
 
-enum class PartKind { kFT232H, kFT2232D, kFT2232H, kFT4232H };
+enum class PartKind { kFT232H, kFT2232D, kFT2232H, kFT4232H, kFT232R };
 
 // Facts of a part: channel count, the driver's device type, USB ID, factory
-// description, the size of its receive FIFO, and the least time a USB transfer
-// takes: a microframe on high-speed parts, a frame on full-speed ones.
+// description, the size of its receive FIFO (host to chip, per channel), the
+// least time a USB transfer takes (a microframe on high-speed parts, a frame on
+// full-speed ones), the release number it reports on USB, and the words of its
+// configuration EEPROM.
 struct PartModel {
   std::string_view name;
   int channels;
@@ -41,6 +44,8 @@ struct PartModel {
   std::string_view description;
   uint32_t rxFifoBytes;
   int64_t transferUs;
+  uint16_t release;
+  size_t eepromWords;
 };
 
 const PartModel& ModelOf(PartKind kind);
@@ -71,8 +76,9 @@ class Bench {
 
   // Keeps the memory of every SPI flash in `directory`, one file per chip named
   // after its device's serial number (device<N> where that is empty or no safe
-  // file name): loads them now, and SaveMemories writes what changed. Throws
-  // StateError naming the path that cannot serve.
+  // file name), and each part's EEPROM (<serial of channel A>.eeprom): loads
+  // them now, and SaveMemories writes what changed. Throws StateError naming the
+  // path that cannot serve.
   void KeepMemories(const std::string& directory);
   // Brings the kept files up to date; false if one could not be written. The
   // driver calls it after every call that can change a memory.
@@ -83,6 +89,7 @@ class Bench {
   FaultPlan faults_;
   std::vector<std::shared_ptr<Channel>> devices_;
   std::vector<FlashFile> memories_;
+  std::vector<EepromFile> eeproms_;
 };
 
 // The built-in bench: a two-channel, a one-channel and a four-channel high-speed

@@ -26,8 +26,9 @@ constexpr uint8_t kMpsseMode = 2;  // peripherals on the serial pins need the MP
 // A bench file is a page of text; anything larger is the wrong file.
 constexpr size_t kMaxFileBytes = 1 << 20;
 
-constexpr std::array<PartKind, 4> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
-                                            PartKind::kFT2232H, PartKind::kFT4232H};
+constexpr std::array<PartKind, 5> kKinds = {PartKind::kFT232H, PartKind::kFT2232D,
+                                            PartKind::kFT2232H, PartKind::kFT4232H,
+                                            PartKind::kFT232R};
 
 // The fault plan's names of the driver functions, as Named reads them.
 constexpr auto kCalls = [] {
@@ -121,7 +122,8 @@ class Reader {
     for (PartKind kind : kKinds) {
       if (ModelOf(kind).name == name) return kind;
     }
-    Fail(place, "unknown part \"" + name + "\"; known are FT232H, FT2232D, FT2232H, FT4232H");
+    Fail(place,
+         "unknown part \"" + name + "\"; known are FT232H, FT2232D, FT2232H, FT4232H, FT232R");
   }
 
   template <class T, size_t N>

@@ -26,6 +26,7 @@ class BitBangEngine : public ChannelEngine {
   explicit BitBangEngine(const Wires& board) : board_(board) {}
 
   void Start(uint8_t mask) override { mask_ = mask; }
+  int64_t BusyUntilUs() const override { return readyUs_; }
   void Receive(std::span<const uint8_t> bytes, Channel& channel) override;
   uint8_t Pins() const override;
 

@@ -40,7 +40,23 @@ void Channel::SetBitMode(uint8_t mask, uint8_t mode) {
 
 void Channel::HostWrite(std::span<const uint8_t> bytes) {
   // A mode with no engine on this bench swallows what it is sent.
-  if (ChannelEngine* engine = CurrentEngine()) engine->Receive(bytes, *this);
+  ChannelEngine* engine = CurrentEngine();
+  if (engine == nullptr) return;
+  const int64_t start = std::max(clock_.Now(), engine->BusyUntilUs());
+  engine->Receive(bytes, *this);
+  // The engine works through the bytes at an even pace until BusyUntilUs; the
+  // write is done once what is left of them fits in the buffer.
+  const int64_t done = engine->BusyUntilUs();
+  if (bytes.size() > receiveBuffer_ && done > start) {
+    const auto left = static_cast<int64_t>(receiveBuffer_);
+    clock_.AdvanceTo(done - (done - start) * left / static_cast<int64_t>(bytes.size()));
+  }
+}
+
+uint32_t Channel::ReceiveRoom() const {
+  const ChannelEngine* engine = CurrentEngine();
+  const size_t held = engine ? engine->Unprocessed() : 0;
+  return held >= receiveBuffer_ ? 0 : receiveBuffer_ - static_cast<uint32_t>(held);
 }
 
 void Channel::Deliver(std::span<const uint8_t> bytes, int64_t delayUs) {
@@ -102,6 +118,10 @@ uint32_t Channel::HostRead(std::span<uint8_t> out) {
     if (chunk.taken == chunk.bytes.size()) pending_.pop_front();
   }
   return static_cast<uint32_t>(given);
+}
+
+void Channel::PurgeTransmit() {
+  if (ChannelEngine* engine = CurrentEngine()) engine->Purge();
 }
 
 void Channel::Reset() {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "virtual/ChannelEngine.h"
+#include "virtual/ChipEeprom.h"
 #include "virtual/StreamPeer.h"
 #include "virtual/VirtualClock.h"
 #include "virtual/Wires.h"
@@ -55,6 +56,17 @@ class Channel {
   int64_t TransferUs() const { return transferUs_; }
   void SetTransferUs(int64_t us) { transferUs_ = us; }
 
+  // The part's configuration EEPROM, shared by its channels; null on a device
+  // added alone.
+  ChipEeprom* Eeprom() const { return eeprom_.get(); }
+  std::shared_ptr<ChipEeprom> SharedEeprom() const { return eeprom_; }
+  void SetEeprom(std::shared_ptr<ChipEeprom> eeprom) { eeprom_ = std::move(eeprom); }
+
+  // The chip's buffer for bytes from the host: a write waits while it is full.
+  void SetReceiveBuffer(uint32_t bytes) { receiveBuffer_ = bytes; }
+  // Bytes the buffer can take now: less only while the engine is stuck.
+  uint32_t ReceiveRoom() const;
+
   // False once unplugged: the handle then fails every call but FT_Close.
   bool IsPresent() const { return present_; }
   void Unplug() { present_ = false; }
@@ -72,6 +84,8 @@ class Channel {
 
   // Host side, called by the driver.
   void SetBitMode(uint8_t mask, uint8_t mode);
+  // The engine runs them in virtual time; the clock moves on to when the last
+  // byte found room in the chip's buffer.
   void HostWrite(std::span<const uint8_t> bytes);
   // Fills `out` from the receive queue, waiting in virtual time up to the read
   // time-out; returns how many bytes it gave.
@@ -79,6 +93,8 @@ class Channel {
   // Bytes that have reached the host by now.
   uint32_t Available() const;
   void PurgeReceive() { pending_.clear(); }
+  // Drops what the host sent that the engine has not run yet.
+  void PurgeTransmit();
   // Back to power-up settings with empty queues; the driver's time-outs stay.
   void Reset();
   uint8_t Pins() const;
@@ -107,6 +123,8 @@ class Channel {
   bool open_ = false;
   bool present_ = true;
   int64_t transferUs_ = 125;
+  uint32_t receiveBuffer_ = 4096;
+  std::shared_ptr<ChipEeprom> eeprom_;
   Wires board_;
   std::shared_ptr<StreamPeer> peer_;
   std::map<uint8_t, std::shared_ptr<ChannelEngine>> engines_;

@@ -191,6 +191,7 @@ FtStatus VirtualDriver::FT_Purge(FtHandle handle, uint32_t mask) {
   if (const FtStatus status = Enter(Call::kPurge, handle, channel); status != ft::kOk)
     return status;
   if (mask & ft::kPurgeRx) channel->PurgeReceive();
+  if (mask & ft::kPurgeTx) channel->PurgeTransmit();
   return ft::kOk;
 }
 

@@ -106,7 +106,7 @@ TEST(BenchFile, BadFilesNameFilePlaceAndProblem) {
       {R"({"devices": [], "extra": 1})", "lab.json: top level: unknown key \"extra\""},
       {R"({"devices": [{"part": "FT2232X", "serial": "A", "location": 1}]})",
        "lab.json: devices[0].part: unknown part \"FT2232X\"; known are FT232H, FT2232D, "
-       "FT2232H, FT4232H"},
+       "FT2232H, FT4232H, FT232R"},
       {R"({"devices": [{"part": "FT232H", "serail": "A", "location": 1}]})",
        "lab.json: devices[0]: unknown key \"serail\""},
       {R"({"devices": [{"serialNumber": 5, "description": "", "location": 1}]})",

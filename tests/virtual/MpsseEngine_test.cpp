@@ -125,25 +125,66 @@ TEST_F(MpsseEngineTest, LengthFieldCountsOneMoreByte) {
   }
 }
 
-TEST_F(MpsseEngineTest, UnknownOpcodeAnswersFaAndTheOpcode) {
+// Each part answers FA only to what it lacks; the clocking commands clock as
+// many periods as they say, with no data, and the waits on GPIOL1 (which the
+// board pulls up) pass or hang. Device 3 is an FT4232H channel, 2 an FT232H,
+// 7 an FT2232D.
+TEST_F(MpsseEngineTest, EachPartKnowsItsCommandSet) {
   bench->AddPart(virt::PartKind::kFT2232D, "BV22D004", 0x0300);
+  auto probe = std::make_shared<Probe>();
+  Engine(kPlain).Attach(probe);
   const struct {
     const char* name;
     int device;
     Bytes command, answer;
+    size_t clocks;
   } cases[] = {
-      {"Resync", kPlain, {0xAA, 0x87}, {0xFA, 0xAA}},
-      {"TwoInARow", kPlain, {0xAB, 0x00, 0x87}, {0xFA, 0xAB, 0xFA, 0x00}},
-      {"HighOpcode", kPlain, {0xFF, 0x87}, {0xFA, 0xFF}},
-      {"DivideBy5KnownOnHighSpeed", kPlain, {0x8A, 0x8B, 0xAA, 0x87}, {0xFA, 0xAA}},
-      {"DivideBy5UnknownOnFullSpeed", 7, {0x8A, 0x87}, {0xFA, 0x8A}},
+      {"Resync", kPlain, {0xAA, 0x87}, {0xFA, 0xAA}, 0},
+      {"TwoInARow", kPlain, {0xAB, 0x00, 0x87}, {0xFA, 0xAB, 0xFA, 0x00}, 0},
+      {"HighOpcode", kPlain, {0xFF, 0x87}, {0xFA, 0xFF}, 0},
+      {"HighSpeedSet",
+       kPlain,
+       {0x8A, 0x8B, 0x8C, 0x8D, 0x96, 0x97, 0x88, 0xAA, 0x87},
+       {0xFA, 0xAA},
+       0},
+      {"ClockBits", kPlain, {0x8E, 0x02, 0x87}, {}, 3},
+      {"ClockBytes", kPlain, {0x8F, 0x01, 0x00, 0x87}, {}, 16},
+      {"UntilHighIsThere", kPlain, {0x9C, 0x01, 0x00, 0x94, 0x87}, {}, 0},
+      {"UntilLowNeverComes", kPlain, {0x9D, 0x00, 0x00, 0x87}, {}, 8},
+      {"ThreePhaseClocks", kPlain, {0x8C, 0x8E, 0x07, 0x8D, 0x87}, {}, 8},
+      {"DriveZeroOnlyOnFT232H",
+       kPlain,
+       {0x9E, 0x01, 0x02, 0x87},
+       {0xFA, 0x9E, 0xFA, 0x01, 0xFA, 0x02},
+       0},
+      {"DriveZero", kGpio, {0x9E, 0x20, 0x00, 0x81, 0x87}, {0xFC}, 0},
+      {"FullSpeedLacksThem",
+       7,
+       {0x8A, 0x8C, 0x8E, 0x96, 0x9E, 0x88, 0x87},
+       {0xFA, 0x8A, 0xFA, 0x8C, 0xFA, 0x8E, 0xFA, 0x96, 0xFA, 0x9E},
+       0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Open(c.device);
+    const size_t before = probe->dataOut.size();
     EXPECT_EQ(Exchange(c.command, c.answer.size() + 1), c.answer);
+    EXPECT_EQ(probe->dataOut.size() - before, c.clocks);
     ASSERT_EQ(driver->FT_Close(handle), ft::kOk);
   }
+}
+
+// A wait for a level that never comes hangs the chip until the host purges
+// what it sent; a new bit mode does the same.
+TEST_F(MpsseEngineTest, WaitThatNeverEndsHoldsEverythingUntilPurged) {
+  Open(kPlain);
+  EXPECT_EQ(Exchange({0x89, 0x81, 0x87}, 1), Bytes{});
+  EXPECT_EQ(Exchange({0x81, 0x87}, 1), Bytes{});
+  ASSERT_EQ(driver->FT_Purge(handle, ft::kPurgeTx), ft::kOk);
+  EXPECT_EQ(Exchange({0x81, 0x87}, 1).size(), 1u);
+  EXPECT_EQ(Exchange({0x95, 0x81, 0x87}, 1), Bytes{});
+  ASSERT_EQ(driver->FT_SetBitMode(handle, 0, 2), ft::kOk);
+  EXPECT_EQ(Exchange({0x81, 0x87}, 1).size(), 1u);
 }
 
 TEST_F(MpsseEngineTest, CommandSplitOverWritesRunsWhenComplete) {

@@ -16,10 +16,16 @@ constexpr uint8_t kModeMpsse = 0x02;
 void InstallMpsse(Channel& channel, PartKind kind, int index) {
   const int channels = kind == PartKind::kFT232H || kind == PartKind::kFT2232D ? 1 : 2;
   if (index >= channels) return;
-  const bool highSpeed = kind != PartKind::kFT2232D;
-  channel.SetEngine(kModeMpsse, std::make_shared<MpsseEngine>(
-                                    channel.Board(), highSpeed,
-                                    highSpeed ? kHighSpeedPacketData : kFullSpeedPacketData));
+  MpsseModel model;
+  if (kind == PartKind::kFT2232D) {
+    // Full speed: the 6 MHz clock base only, and four high pins (ACBUS0-3).
+    model = {false, false, 0x0F00, kFullSpeedPacketData};
+  } else if (kind == PartKind::kFT4232H) {
+    model.highPins = 0;  // its MPSSE channels have no high port
+  } else if (kind == PartKind::kFT232H) {
+    model.driveZero = true;
+  }
+  channel.SetEngine(kModeMpsse, std::make_shared<MpsseEngine>(channel.Board(), model));
 }
 
 MpsseEngine& MpsseOf(Channel& channel) {

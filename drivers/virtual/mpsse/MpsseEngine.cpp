@@ -10,9 +10,10 @@ namespace {
 
 using namespace mpsse_pin;
 
-// Virtual time inside the engine runs in ticks of the 30 MHz base clock, so that
-// a bit period is a whole number of ticks under either clock rule.
-constexpr int64_t kTicksPerUs = 30;
+// Virtual time inside the engine runs in ticks of twice the 30 MHz base clock,
+// so that half a period, and a three-phase bit's one and a half, are whole
+// numbers of ticks under either clock rule.
+constexpr int64_t kTicksPerUs = 60;
 
 // Opcode bits of the data-shifting commands.
 constexpr uint8_t kBitMode = 0x02;
@@ -24,40 +25,98 @@ constexpr uint8_t kWriteTms = 0x40;
 
 constexpr uint8_t kBadCommand = 0xFA;
 
+// GPIOL1 (ADBUS5), the pin the wait commands watch; GPIOL3 (ADBUS7) brings
+// RTCK back for adaptive clocking.
+constexpr uint16_t kGpiol1 = 0x20;
+constexpr uint16_t kRtck = 0x80;
+// Clocks an endless clock-until command gives a peripheral to answer.
+constexpr size_t kEndlessClocks = size_t{1} << 20;
+
 bool IsShift(uint8_t opcode) {
   return opcode < 0x80 && (opcode & 0x70) != 0;
 }
 
-// Bytes the command at the front of `stream` takes in all; 0 while its length
-// field has not come yet.
-size_t CommandSize(std::span<const uint8_t> stream) {
-  const uint8_t opcode = stream[0];
-  if (IsShift(opcode)) {
-    // Bit and TMS commands: a bit count and, if they write, one data byte.
-    if (opcode & (kBitMode | kWriteTms)) return opcode & (kWriteTdi | kWriteTms) ? 3 : 2;
-    if (stream.size() < 3) return 0;
-    const size_t count = (stream[1] | stream[2] << 8) + 1u;
-    return 3 + (opcode & kWriteTdi ? count : 0);
-  }
-  switch (opcode) {
-    case 0x80:
-    case 0x82:
-    case 0x86:
-      return 3;
-    default:
-      return 1;
-  }
+size_t Count16(std::span<const uint8_t> command) {
+  return (command[1] | command[2] << 8) + 1u;
 }
 
 }  // namespace
 
-MpsseEngine::MpsseEngine(Wires& board, bool highSpeed, size_t packetBytes)
-    : board_(board), highSpeed_(highSpeed), packetBytes_(packetBytes) {}
+MpsseEngine::MpsseEngine(Wires& board, MpsseModel model) : board_(board), model_(model) {}
 
 void MpsseEngine::Start(uint8_t /*mask*/) {
   // Pin directions come from the port commands, not from the bit mode's mask;
-  // entering the mode only drops a command left half sent.
+  // entering the mode only drops a command left half sent, or a wait.
+  Purge();
+}
+
+void MpsseEngine::Purge() {
   partial_.clear();
+  stalled_ = false;
+}
+
+int64_t MpsseEngine::BusyUntilUs() const {
+  return (cursor_ + kTicksPerUs - 1) / kTicksPerUs;
+}
+
+bool MpsseEngine::Knows(uint8_t opcode) const {
+  if (IsShift(opcode)) return true;
+  switch (opcode) {
+    case 0x80:
+    case 0x81:
+    case 0x82:
+    case 0x83:
+    case 0x84:
+    case 0x85:
+    case 0x86:
+    case 0x87:
+    case 0x88:
+    case 0x89:
+      return true;
+    case 0x8A:
+    case 0x8B:
+    case 0x8C:
+    case 0x8D:
+    case 0x8E:
+    case 0x8F:
+    case 0x94:
+    case 0x95:
+    case 0x96:
+    case 0x97:
+    case 0x9C:
+    case 0x9D:
+      return model_.highSpeed;
+    case 0x9E:
+      return model_.driveZero;
+    default:
+      return false;
+  }
+}
+
+size_t MpsseEngine::CommandSize(std::span<const uint8_t> stream) const {
+  const uint8_t opcode = stream[0];
+  // An unknown opcode is one byte: whatever follows is read as a new command.
+  if (!Knows(opcode)) return 1;
+  if (IsShift(opcode)) {
+    // Bit and TMS commands: a bit count and, if they write, one data byte.
+    if (opcode & (kBitMode | kWriteTms)) return opcode & (kWriteTdi | kWriteTms) ? 3 : 2;
+    if (stream.size() < 3) return 0;
+    return 3 + (opcode & kWriteTdi ? Count16(stream) : 0);
+  }
+  switch (opcode) {
+    case 0x8E:
+      return 2;
+    case 0x80:
+    case 0x82:
+    case 0x86:
+    case 0x8F:
+    case 0x9C:
+    case 0x9D:
+    case 0x9E:
+      return 3;
+    default:
+      return 1;
+  }
 }
 
 void MpsseEngine::Receive(std::span<const uint8_t> bytes, Channel& channel) {
@@ -77,56 +136,116 @@ void MpsseEngine::Receive(std::span<const uint8_t> bytes, Channel& channel) {
 
 size_t MpsseEngine::RunCommands(std::span<const uint8_t> stream, Channel& channel) {
   size_t used = 0;
-  while (used < stream.size()) {
+  while (used < stream.size() && !stalled_) {
     const size_t size = CommandSize(stream.subspan(used));
     if (size == 0 || size > stream.size() - used) break;
-    Run(stream.subspan(used, size), channel);
+    if (!Run(stream.subspan(used, size), channel)) {
+      // The chip hangs in this command; nothing after it runs.
+      stalled_ = true;
+      break;
+    }
     used += size;
   }
   return used;
 }
 
-void MpsseEngine::Run(std::span<const uint8_t> command, Channel& channel) {
+bool MpsseEngine::Run(std::span<const uint8_t> command, Channel& channel) {
   const uint8_t opcode = command[0];
-  if (IsShift(opcode)) return Shift(command, channel);
+  if (!Knows(opcode)) {
+    const uint8_t bad[] = {kBadCommand, opcode};
+    Produce(bad, cursor_, 0, channel);
+    return true;
+  }
+  if (IsShift(opcode)) {
+    if (adaptive_ && !RtckFollows()) return false;
+    Shift(command, channel);
+    return true;
+  }
   switch (opcode) {
     case 0x80:
     case 0x82: {
       const int shift = opcode == 0x80 ? 0 : 8;
       const uint16_t keep = static_cast<uint16_t>(0xFF00 >> shift);
+      // Pins the part does not have on its high port stay undriven.
+      const uint16_t present = opcode == 0x80 ? 0x00FF : model_.highPins;
       latch_ = static_cast<uint16_t>((latch_ & keep) | command[1] << shift);
-      outputs_ = static_cast<uint16_t>((outputs_ & keep) | command[2] << shift);
+      outputs_ = static_cast<uint16_t>((outputs_ & keep) | ((command[2] << shift) & present));
       Notify(cursor_);
-      return;
+      return true;
     }
     case 0x81:
     case 0x83: {
       const uint8_t level = static_cast<uint8_t>(Levels() >> (opcode == 0x81 ? 0 : 8));
       Produce({&level, 1}, cursor_, 0, channel);
-      return;
+      return true;
     }
     case 0x84:
     case 0x85:
       loopback_ = opcode == 0x84;
-      return;
+      return true;
     case 0x86:
       divisor_ = static_cast<uint16_t>(command[1] | command[2] << 8);
-      return;
+      return true;
     case 0x87:
       // Also sends what an earlier write left waiting for the latency timer.
       Flush(cursor_, channel);
-      return;
+      return true;
+    case 0x88:
+    case 0x89:
+      return Gpiol1() == (opcode == 0x88);
     case 0x8A:
     case 0x8B:
-      // Only the high-speed parts can switch their divide-by-5 off.
-      if (!highSpeed_) break;
       divideBy5_ = opcode == 0x8B;
-      return;
-    default:
-      break;
+      return true;
+    case 0x8C:
+    case 0x8D:
+      threePhase_ = opcode == 0x8C;
+      return true;
+    case 0x8E:
+      return Clock((command[1] & 7) + 1u, std::nullopt);
+    case 0x8F:
+      return Clock(8 * Count16(command), std::nullopt);
+    case 0x94:
+    case 0x95:
+      return Clock(0, opcode == 0x94);
+    case 0x96:
+    case 0x97:
+      adaptive_ = opcode == 0x96;
+      return true;
+    case 0x9C:
+    case 0x9D:
+      Clock(8 * Count16(command), opcode == 0x9C);
+      return true;
+    default:  // 0x9E
+      driveZero_ = static_cast<uint16_t>(command[1] | command[2] << 8);
+      Notify(cursor_);
+      return true;
   }
-  const uint8_t bad[] = {kBadCommand, opcode};
-  Produce(bad, cursor_, 0, channel);
+}
+
+bool MpsseEngine::Gpiol1() const {
+  return (Levels() & kGpiol1) != 0;
+}
+
+bool MpsseEngine::RtckFollows() const {
+  const uint16_t low = board_.Levels(static_cast<uint16_t>(latch_ & ~kClock), Driven());
+  const uint16_t high = board_.Levels(static_cast<uint16_t>(latch_ | kClock), Driven());
+  return !(low & kRtck) && (high & kRtck);
+}
+
+bool MpsseEngine::Clock(size_t bits, std::optional<bool> until) {
+  if (adaptive_ && !RtckFollows()) return false;
+  const bool endless = bits == 0;
+  // Without a peripheral nothing can move GPIOL1, and an endless wait hangs at
+  // once; with one, after so many clocks that it plainly never will.
+  const size_t limit = endless ? (devices_.empty() ? 0 : kEndlessClocks) : bits;
+  const int64_t bit = BitTicks();
+  for (size_t i = 0; i < limit; ++i) {
+    if (until && Gpiol1() == *until) return true;
+    ClockBit(false, cursor_);
+    cursor_ += bit;
+  }
+  return !endless || Gpiol1() == *until;
 }
 
 void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
@@ -140,11 +259,23 @@ void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
   const int64_t bit = BitTicks();
 
   if (!tms && !(opcode & kBitMode)) {
-    const size_t count = (command[1] | command[2] << 8) + 1u;
+    const size_t count = Count16(command);
     const auto payload = writes ? command.subspan(3) : std::span<const uint8_t>{};
     std::vector<uint8_t> answer(reads ? count : 0);
     if (CanShiftFast()) {
       ShiftFast(opcode, payload, count, answer);
+    } else if (CanShiftBytes(opcode)) {
+      // Each byte as the bit path gives it: the device sees its eighth sampling
+      // edge, the first edge of the last bit when SK idles low, else the second.
+      const int64_t edge = (latch_ & kClock) ? 2 * (bit / 2) : bit / 2;
+      const uint8_t idle = (latch_ & kDataOut) ? 0xFF : 0x00;
+      for (size_t i = 0; i < count; ++i) {
+        const int64_t at = start + static_cast<int64_t>(i * 8 + 7) * bit + edge;
+        const uint8_t in =
+            devices_.front()->ExchangeByte(writes ? payload[i] : idle, at / kTicksPerUs);
+        if (reads) answer[i] = in;
+      }
+      if (writes) SetLatch(kDataOut, payload[count - 1] & 1);
     } else {
       for (size_t i = 0; i < count; ++i) {
         unsigned in = 0;
@@ -185,14 +316,23 @@ void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
   }
 }
 
+bool MpsseEngine::CanShiftBytes(uint8_t opcode) const {
+  // MSB first, written on the falling edge and read on the rising one: SPI
+  // modes 0 and 3, the way flash tools clock.
+  const bool spiEdges =
+      !(opcode & (kLsbFirst | kReadFalling)) && (!(opcode & kWriteTdi) || (opcode & 0x01));
+  if (!spiEdges || loopback_ || devices_.size() != 1) return false;
+  return devices_.front()->TakesBytes(Levels());
+}
+
 bool MpsseEngine::CanShiftFast() const {
   if (!devices_.empty()) return false;
   if (loopback_) return true;
   // DI may follow a serial pin through a loop on the board; then only the bit
   // path gets its samples right.
   const uint16_t serial = kClock | kDataOut | kSelect;
-  const uint16_t low = board_.Levels(static_cast<uint16_t>(latch_ & ~serial), outputs_);
-  const uint16_t high = board_.Levels(static_cast<uint16_t>(latch_ | serial), outputs_);
+  const uint16_t low = board_.Levels(static_cast<uint16_t>(latch_ & ~serial), Driven());
+  const uint16_t high = board_.Levels(static_cast<uint16_t>(latch_ | serial), Driven());
   return ((low ^ high) & kDataIn) == 0;
 }
 
@@ -233,6 +373,10 @@ void MpsseEngine::SetLatch(uint16_t pins, bool high) {
   latch_ = static_cast<uint16_t>(high ? latch_ | pins : latch_ & ~pins);
 }
 
+uint16_t MpsseEngine::Driven() const {
+  return static_cast<uint16_t>(outputs_ & ~(driveZero_ & latch_));
+}
+
 void MpsseEngine::Notify(int64_t atTicks) {
   if (devices_.empty()) return;
   const uint16_t levels = Levels();
@@ -240,9 +384,9 @@ void MpsseEngine::Notify(int64_t atTicks) {
 }
 
 uint16_t MpsseEngine::Levels() const {
-  uint16_t levels = board_.Levels(latch_, outputs_);
+  uint16_t levels = board_.Levels(latch_, Driven());
   for (const auto& device : devices_) {
-    const uint16_t pins = static_cast<uint16_t>(device->DrivenPins() & ~outputs_);
+    const uint16_t pins = static_cast<uint16_t>(device->DrivenPins() & ~Driven());
     levels = static_cast<uint16_t>((levels & ~pins) | (device->DrivenLevels() & pins));
   }
   return levels;
@@ -254,7 +398,8 @@ bool MpsseEngine::DataIn() const {
 }
 
 int64_t MpsseEngine::BitTicks() const {
-  return (divisor_ + 1) * (divideBy5_ ? 5 : 1);
+  // Two ticks per base clock period; a three-phase bit takes three halves.
+  return (divisor_ + 1) * (divideBy5_ ? 5 : 1) * (threePhase_ ? 3 : 2);
 }
 
 double MpsseEngine::ClockHz() const {
@@ -271,7 +416,7 @@ void MpsseEngine::Produce(std::span<const uint8_t> bytes, int64_t firstReady, in
       continue;
     }
     if (held_.empty()) heldSince_ = ready;
-    size_t take = std::min(bytes.size() - i, packetBytes_ - held_.size());
+    size_t take = std::min(bytes.size() - i, model_.packetBytes - held_.size());
     if (step > 0) {
       // Only what is ready before the latency timer runs out joins this packet.
       take = std::min(take, static_cast<size_t>((heldSince_ + latencyTicks_ - ready) / step) + 1);
@@ -279,7 +424,7 @@ void MpsseEngine::Produce(std::span<const uint8_t> bytes, int64_t firstReady, in
     held_.insert(held_.end(), bytes.begin() + static_cast<ptrdiff_t>(i),
                  bytes.begin() + static_cast<ptrdiff_t>(i + take));
     i += take;
-    if (held_.size() == packetBytes_) {
+    if (held_.size() == model_.packetBytes) {
       Flush(firstReady + static_cast<int64_t>(i - 1) * step, channel);
     }
   }

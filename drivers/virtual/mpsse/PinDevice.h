@@ -25,6 +25,14 @@ class PinDevice {
   virtual uint16_t DrivenPins() const = 0;
   // The levels it drives them to.
   virtual uint16_t DrivenLevels() const = 0;
+
+  // A device that understands whole bytes may take a byte command's bytes at
+  // once instead of every edge (MSB first, written on the falling edge, read on
+  // the rising one), when it says so for the pins at `levels`.
+  virtual bool TakesBytes(uint16_t /*levels*/) const { return false; }
+  // One byte in on DO, at the time of its eighth sampling edge; returns the
+  // byte it put out on DI meanwhile, and ends as eight clocks would leave it.
+  virtual uint8_t ExchangeByte(uint8_t /*in*/, int64_t /*nowUs*/) { return 0xFF; }
 };
 
 }  // namespace brevant::virt

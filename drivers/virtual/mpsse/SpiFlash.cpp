@@ -99,6 +99,22 @@ void SpiFlash::Sense(uint16_t levels, int64_t nowUs) {
   clock_ = clock;
 }
 
+bool SpiFlash::TakesBytes(uint16_t levels) const {
+  // Selected, between bytes, and SK where the flash last saw it.
+  return selected_ && !(levels & kSelect) && inBits_ == 0 && clock_ == ((levels & kClock) != 0);
+}
+
+uint8_t SpiFlash::ExchangeByte(uint8_t in, int64_t nowUs) {
+  // Eight clocks shift out the byte set up before they began.
+  const uint8_t out = outByte_;
+  inByte_ = in;
+  Take(in, nowUs);
+  // SK idling low ends on a falling edge, which already puts out the next
+  // byte's first bit; idling high, the last bit of this one stays.
+  dataOut_ = clock_ ? (out & 1) : (outByte_ >> 7 & 1);
+  return out;
+}
+
 void SpiFlash::Select() {
   selected_ = true;
   inBits_ = 0;

@@ -46,6 +46,8 @@ class SpiFlash : public PinDevice {
   void Sense(uint16_t levels, int64_t nowUs) override;
   uint16_t DrivenPins() const override { return selected_ ? mpsse_pin::kDataIn : 0; }
   uint16_t DrivenLevels() const override { return dataOut_ ? mpsse_pin::kDataIn : 0; }
+  bool TakesBytes(uint16_t levels) const override;
+  uint8_t ExchangeByte(uint8_t in, int64_t nowUs) override;
 
   // The memory, for tests and bench set-up; Load writes without erasing first.
   uint8_t Peek(uint32_t address) const;

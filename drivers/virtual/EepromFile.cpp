@@ -1,0 +1,54 @@
+#include "virtual/EepromFile.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "virtual/FlashFile.h"
+
+namespace brevant::virt {
+
+namespace fs = std::filesystem;
+
+EepromFile::EepromFile(std::string path, std::shared_ptr<ChipEeprom> eeprom)
+    : path_(std::move(path)), eeprom_(std::move(eeprom)) {
+  std::error_code error;
+  if (!fs::exists(path_, error)) return;
+  std::ifstream file(path_, std::ios::binary);
+  const std::vector<uint8_t> image((std::istreambuf_iterator<char>(file)), {});
+  if (!file.is_open() || image.size() != eeprom_->Words() * 2) {
+    throw StateError(path_ + ": not an image of a " + std::to_string(eeprom_->Words()) +
+                     "-word EEPROM");
+  }
+  eeprom_->Load(image);
+}
+
+bool EepromFile::Save() {
+  unsaved_ = eeprom_->TakeChanged() || unsaved_;
+  if (!unsaved_) return true;
+  // A new file beside the old one, then renamed over it: a failed write never
+  // leaves half an image.
+  const std::string temporary = path_ + ".new";
+  const std::vector<uint8_t> image = eeprom_->Bytes();
+  std::error_code error;
+  {
+    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+    file.write(reinterpret_cast<const char*>(image.data()),
+               static_cast<std::streamsize>(image.size()));
+    file.close();
+    if (!file) {
+      fs::remove(temporary, error);
+      return false;
+    }
+  }
+  fs::rename(temporary, path_, error);
+  if (error) {
+    fs::remove(temporary, error);
+    return false;
+  }
+  unsaved_ = false;
+  return true;
+}
+
+}  // namespace brevant::virt
