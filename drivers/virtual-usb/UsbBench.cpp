@@ -10,8 +10,6 @@ namespace brevant::virt {
 
 namespace {
 
-constexpr uint32_t kTwoChannelProduct = 0x6010;
-constexpr uint32_t kFourChannelProduct = 0x6011;
 // Parts sit this many ports apart, so that the locations of one part's
 // channels never run into the next part's.
 constexpr int kPortStep = 4;
@@ -23,13 +21,14 @@ UsbBench::UsbBench(std::shared_ptr<Bench> bench)
   int devnum = 2;
   int port = 1;
   for (int index = 0; index < bench_->DeviceCount();) {
-    const uint32_t product = bench_->Device(index).Identity().usbId & 0xFFFF;
-    const int count = product == kTwoChannelProduct ? 2 : product == kFourChannelProduct ? 4 : 1;
+    const PartModel* model = ModelOfType(bench_->Device(index).Identity().type);
+    const int count = model ? model->channels : 1;
     std::vector<std::shared_ptr<Channel>> channels;
     for (int c = 0; c < count && index < bench_->DeviceCount(); ++c) {
       channels.push_back(bench_->SharedDevice(index++));
     }
-    auto part = std::make_unique<UsbPart>(std::move(channels), devnum++, port);
+    auto part = std::make_unique<UsbPart>(std::move(channels), bench_->Clock(), devnum++, port,
+                                          [this] { Save(); });
     port += kPortStep;
     GError* error = nullptr;
     if (!umockdev_testbed_add_from_string(testbed_, part->Description().c_str(), &error) ||
@@ -42,6 +41,10 @@ UsbBench::UsbBench(std::shared_ptr<Bench> bench)
     }
     parts_.push_back(std::move(part));
   }
+}
+
+void UsbBench::Save() {
+  if (!bench_->SaveMemories()) saveFailed_ = true;
 }
 
 UsbBench::~UsbBench() {

@@ -11,9 +11,9 @@
 //   brevant::SetDriver(std::make_shared<LibftdiDriver>());
 //
 // Parts sit on bus 1 at ports 1, 5, 9, ... in list order, so the location of
-// the first part's channel A is 0x11. Bulk IN answers carry what reaches the
-// host within one latency period, behind the two modem status bytes of each
-// packet; an idle channel answers with the status bytes alone, as the chip does.
+// the first part's channel A is 0x11. Each part answers as the chip does (see
+// UsbPart): bulk transfers complete when the chip would, in the bench's time or,
+// for an idle channel's latency timer, in real time.
 #pragma once
 
 #include <memory>
@@ -36,10 +36,16 @@ class UsbBench {
   UsbBench(const UsbBench&) = delete;
   UsbBench& operator=(const UsbBench&) = delete;
 
+  // True once a kept memory (see Bench::KeepMemories) could not be written.
+  bool SaveFailed() const { return saveFailed_; }
+
  private:
+  void Save();
+
   std::shared_ptr<Bench> bench_;
   UMockdevTestbed* testbed_;
   std::vector<std::unique_ptr<UsbPart>> parts_;
+  bool saveFailed_ = false;
 };
 
 }  // namespace brevant::virt

@@ -11,6 +11,8 @@
 #include <cstring>
 
 #include "driver/Ftd2xx.h"
+#include "virtual/Bench.h"
+#include "virtual/VirtualClock.h"
 
 namespace brevant::virt {
 
@@ -20,6 +22,7 @@ constexpr uint16_t kVendorId = 0x0403;
 // Modem status bytes at the start of every bulk IN packet: CTS and DSR set,
 // transmitter empty.
 constexpr uint8_t kModemStatus[] = {0x32, 0x60};
+constexpr int kStatusBytes = 2;
 
 // Requests of the chip's control endpoint.
 constexpr uint8_t kStandardIn = 0x80;
@@ -28,14 +31,22 @@ constexpr uint8_t kVendorIn = 0xC0;
 constexpr uint8_t kGetDescriptor = 0x06;
 constexpr uint8_t kGetConfiguration = 0x08;
 constexpr uint8_t kReset = 0x00;
+constexpr uint8_t kSetBaudRate = 0x03;
 constexpr uint8_t kPollModemStatus = 0x05;
 constexpr uint8_t kSetLatency = 0x09;
 constexpr uint8_t kGetLatency = 0x0A;
 constexpr uint8_t kSetBitMode = 0x0B;
 constexpr uint8_t kReadPins = 0x0C;
 constexpr uint8_t kReadEeprom = 0x90;
+constexpr uint8_t kWriteEeprom = 0x91;
+constexpr uint8_t kEraseEeprom = 0x92;
+// Values of the reset request: the whole channel, the data from the host not yet
+// run, the data for the host not yet read.
 constexpr uint16_t kResetSio = 0;
-constexpr uint16_t kPurgeRx = 1;
+constexpr uint16_t kPurgeFromHost = 1;
+constexpr uint16_t kPurgeToHost = 2;
+
+constexpr int64_t kUsPerMs = 1000;
 
 void Put16(std::vector<uint8_t>& bytes, unsigned value) {
   bytes.push_back(static_cast<uint8_t>(value));
@@ -48,25 +59,6 @@ std::vector<uint8_t> StringDescriptor(const std::string& text) {
   return bytes;
 }
 
-// Release number, as libftdi tells the chip kinds apart, and USB speed.
-struct Kind {
-  uint16_t bcdDevice;
-  int packetSize;
-};
-
-Kind KindOf(uint32_t type) {
-  switch (type) {
-    case ft::kTypeFT2232D:
-      return {0x0500, 64};
-    case ft::kTypeFT2232H:
-      return {0x0700, 512};
-    case ft::kTypeFT4232H:
-      return {0x0800, 512};
-    default:  // ft::kTypeFT232H
-      return {0x0900, 512};
-  }
-}
-
 std::string Hex(const std::vector<uint8_t>& bytes) {
   std::string text;
   char digits[3];
@@ -77,17 +69,36 @@ std::string Hex(const std::vector<uint8_t>& bytes) {
   return text;
 }
 
+// The rate a set-baud-rate divisor gives: 14 bits of integer and a fraction
+// code in eighths of a 3 MHz clock, or of 12 MHz with bit 17 on a high-speed
+// part; 0 and 1 stand for the divisors 1 and 1.5.
+uint32_t RateOf(uint32_t encoded, bool highSpeed) {
+  constexpr uint32_t kEighths[8] = {0, 4, 2, 1, 3, 5, 6, 7};
+  uint32_t eighths = (encoded & 0x3FFF) * 8 + kEighths[encoded >> 14 & 7];
+  if (eighths == 0)
+    eighths = 8;
+  else if (eighths == 8)
+    eighths = 12;
+  const uint64_t clock = highSpeed && (encoded & 1u << 17) ? 12'000'000 : 3'000'000;
+  return static_cast<uint32_t>((clock * 8 + eighths / 2) / eighths);
+}
+
 }  // namespace
 
-UsbPart::UsbPart(std::vector<std::shared_ptr<Channel>> channels, int devnum, int port)
+UsbPart::UsbPart(std::vector<std::shared_ptr<Channel>> channels, VirtualClock& clock, int devnum,
+                 int port, std::function<void()> changed)
     : channels_(std::move(channels)),
+      clock_(clock),
       devnum_(devnum),
       port_(port),
-      packetSize_(KindOf(channels_[0]->Identity().type).packetSize),
+      changed_(std::move(changed)),
       serialNumber_(channels_[0]->Identity().serialNumber),
       description_(channels_[0]->Identity().description),
       handler_(umockdev_ioctl_base_new()) {
   const DeviceIdentity& identity = channels_[0]->Identity();
+  const PartModel* model = ModelOfType(identity.type);
+  // High-speed parts move 512-byte packets, full-speed ones 64.
+  packetSize_ = model && model->transferUs > 125 ? 64 : 512;
   // Channel A's texts without their channel letter are the part's.
   if (channels_.size() > 1) {
     serialNumber_.pop_back();
@@ -96,8 +107,9 @@ UsbPart::UsbPart(std::vector<std::shared_ptr<Channel>> channels, int devnum, int
   device_ = {18, 1, 0x00, 0x02, 0, 0, 0, 64};
   Put16(device_, kVendorId);
   Put16(device_, identity.usbId & 0xFFFF);
-  Put16(device_, KindOf(identity.type).bcdDevice);
-  device_.insert(device_.end(), {1, 2, 3, 1});
+  Put16(device_, model ? model->release : 0x0900);
+  // A part without a serial number has no string for it.
+  device_.insert(device_.end(), {1, 2, static_cast<uint8_t>(serialNumber_.empty() ? 0 : 3), 1});
 
   const auto count = static_cast<uint8_t>(channels_.size());
   config_ = {9, 2};
@@ -115,6 +127,12 @@ UsbPart::UsbPart(std::vector<std::shared_ptr<Channel>> channels, int devnum, int
 }
 
 UsbPart::~UsbPart() {
+  for (auto& [client, urbs] : held_) {
+    for (Urb& urb : urbs) {
+      if (urb.buffer) g_object_unref(urb.buffer);
+      g_object_unref(urb.data);
+    }
+  }
   for (auto& [client, urbs] : done_) {
     for (UMockdevIoctlData* urb : urbs) g_object_unref(urb);
   }
@@ -161,32 +179,21 @@ int UsbPart::HandleIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, void* 
       g_object_unref(out);
       break;
     }
+    case USBDEVFS_RESET:
+      part.ResetChannels();
+      break;
     case USBDEVFS_CLAIMINTERFACE:
+    case USBDEVFS_DISCONNECT_CLAIM:
     case USBDEVFS_RELEASEINTERFACE:
     case USBDEVFS_SETCONFIGURATION:
-    case USBDEVFS_RESET:
     case USBDEVFS_CLEAR_HALT:
       break;
-    case USBDEVFS_SUBMITURB: {
-      // Every URB finishes at once; it waits for libusb to reap it.
-      UMockdevIoctlData* urbData =
-          umockdev_ioctl_data_resolve(arg, 0, sizeof(usbdevfs_urb), nullptr);
-      auto* urb = reinterpret_cast<usbdevfs_urb*>(urbData->data);
-      UMockdevIoctlData* buffer =
-          urb->buffer_length > 0
-              ? umockdev_ioctl_data_resolve(urbData, offsetof(usbdevfs_urb, buffer),
-                                            static_cast<size_t>(urb->buffer_length), nullptr)
-              : nullptr;
-      int actual = 0;
-      urb->status = part.Transfer(urb->type, urb->endpoint, buffer ? buffer->data : nullptr,
-                                  urb->buffer_length, actual);
-      urb->actual_length = actual;
-      if (buffer) g_object_unref(buffer);
-      part.done_[client].push_back(urbData);
+    case USBDEVFS_SUBMITURB:
+      part.Submit(client, arg);
       break;
-    }
     case USBDEVFS_REAPURB:
     case USBDEVFS_REAPURBNDELAY: {
+      part.Serve(client);
       std::deque<UMockdevIoctlData*>& done = part.done_[client];
       if (done.empty()) {
         result = -1;
@@ -201,9 +208,8 @@ int UsbPart::HandleIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, void* 
       break;
     }
     case USBDEVFS_DISCARDURB:
-      // Nothing is ever in flight to cancel.
-      result = -1;
-      error = EINVAL;
+      error = part.Discard(client, arg);
+      result = error ? -1 : 0;
       break;
     default:
       // No kernel driver to ask about or detach (USBDEVFS_GETDRIVER, _IOCTL).
@@ -215,44 +221,182 @@ int UsbPart::HandleIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, void* 
   return TRUE;
 }
 
-int UsbPart::Transfer(uint8_t type, uint8_t endpoint, uint8_t* buffer, int length, int& actual) {
-  if (type == USBDEVFS_URB_TYPE_CONTROL) return Control(buffer, length, actual);
-  if (type != USBDEVFS_URB_TYPE_BULK) return -EINVAL;
-  // Channel A has endpoints 0x81 and 0x02, B 0x83 and 0x04, ...
-  const bool in = endpoint & 0x80;
-  Channel* channel = ChannelOf(in ? ((endpoint & 0x7F) - 1) / 2 : endpoint / 2 - 1);
-  if (channel == nullptr) return -EPIPE;
-  if (!in) {
-    channel->HostWrite({buffer, static_cast<size_t>(length)});
-    actual = length;
-    return 0;
+void UsbPart::Submit(UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
+  Urb urb;
+  urb.data = umockdev_ioctl_data_resolve(arg, 0, sizeof(usbdevfs_urb), nullptr);
+  auto* header = reinterpret_cast<usbdevfs_urb*>(urb.data->data);
+  if (header->buffer_length > 0) {
+    urb.buffer = umockdev_ioctl_data_resolve(urb.data, offsetof(usbdevfs_urb, buffer),
+                                             static_cast<size_t>(header->buffer_length), nullptr);
   }
-  // What reaches the host within one latency period, behind the status bytes
-  // of each packet.
-  const int payload = packetSize_ - 2;
-  const int packets = std::max(length / packetSize_, 1);
-  std::vector<uint8_t> data(static_cast<size_t>(std::min(packets * payload, length - 2)));
-  channel->Settings().readTimeoutMs = std::max<uint8_t>(channel->Settings().latencyMs, 1);
-  data.resize(channel->HostRead(data));
+  if (header->type == USBDEVFS_URB_TYPE_CONTROL) {
+    int actual = 0;
+    const int status =
+        urb.buffer ? Control(urb.buffer->data, header->buffer_length, actual) : -EINVAL;
+    urb.done = actual;
+    return Finish(client, urb, status);
+  }
+  // Channel A has endpoints 0x81 and 0x02, B 0x83 and 0x04, ...
+  urb.in = header->endpoint & 0x80;
+  urb.channel = ChannelOf(urb.in ? ((header->endpoint & 0x7F) - 1) / 2 : header->endpoint / 2 - 1);
+  if (header->type != USBDEVFS_URB_TYPE_BULK || urb.channel == nullptr) {
+    return Finish(client, urb, header->type == USBDEVFS_URB_TYPE_BULK ? -EPIPE : -EINVAL);
+  }
+  if (urb.in) {
+    const int latencyMs = std::max<int>(urb.channel->Settings().latencyMs, 1);
+    urb.idleUntil = WallClock::now() + std::chrono::milliseconds(latencyMs);
+  }
+  if (Progress(urb)) return Finish(client, urb, 0);
+  held_[client].push_back(urb);
+}
+
+bool UsbPart::Progress(Urb& urb) {
+  auto* header = reinterpret_cast<usbdevfs_urb*>(urb.data->data);
+  Channel& channel = *urb.channel;
+  if (!urb.in) {
+    const int room = static_cast<int>(std::min<uint32_t>(
+        channel.ReceiveRoom(), static_cast<uint32_t>(header->buffer_length - urb.done)));
+    if (room > 0) {
+      channel.HostWrite({urb.buffer->data + urb.done, static_cast<size_t>(room)});
+      urb.done += room;
+      changed_();
+    }
+    return urb.done == header->buffer_length;
+  }
+  const bool idle = !channel.Sending();
+  if (idle && WallClock::now() < urb.idleUntil) return false;
+  // What reaches the host within one latency period, behind the status bytes of
+  // each packet; an idle chip sends the status bytes alone.
+  const int payload = packetSize_ - kStatusBytes;
+  const int packets = std::max(header->buffer_length / packetSize_, 1);
+  std::vector<uint8_t> data(static_cast<size_t>(
+      std::max(0, std::min(packets * payload, header->buffer_length - kStatusBytes))));
+  const uint32_t saved = channel.Settings().readTimeoutMs;
+  channel.Settings().readTimeoutMs = std::max<uint8_t>(channel.Settings().latencyMs, 1);
+  data.resize(idle ? 0 : channel.HostRead(data));
+  channel.Settings().readTimeoutMs = saved;
+  if (idle) clock_.Advance(int64_t{channel.Settings().latencyMs} * kUsPerMs);
   size_t taken = 0;
+  uint8_t* out = urb.buffer->data;
   do {
     const size_t chunk = std::min(data.size() - taken, static_cast<size_t>(payload));
-    std::memcpy(buffer + actual, kModemStatus, sizeof kModemStatus);
-    std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(taken), chunk, buffer + actual + 2);
-    actual += static_cast<int>(2 + chunk);
+    std::memcpy(out + urb.done, kModemStatus, sizeof kModemStatus);
+    std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(taken), chunk,
+                out + urb.done + kStatusBytes);
+    urb.done += static_cast<int>(kStatusBytes + chunk);
     taken += chunk;
   } while (taken < data.size());
+  return true;
+}
+
+void UsbPart::Serve(UMockdevIoctlClient* client) {
+  std::deque<Urb>& held = held_[client];
+  // Transfers on one endpoint finish in order; the first unfinished one holds
+  // up the rest behind it.
+  for (auto urb = held.begin(); urb != held.end();) {
+    const bool blocked = std::any_of(held.begin(), urb, [&](const Urb& earlier) {
+      return earlier.channel == urb->channel && earlier.in == urb->in;
+    });
+    if (!blocked && Progress(*urb)) {
+      Finish(client, *urb, 0);
+      urb = held.erase(urb);
+    } else {
+      ++urb;
+    }
+  }
+}
+
+void UsbPart::Finish(UMockdevIoctlClient* client, Urb& urb, int status) {
+  auto* header = reinterpret_cast<usbdevfs_urb*>(urb.data->data);
+  header->status = status;
+  header->actual_length = urb.done;
+  if (urb.buffer) g_object_unref(urb.buffer);
+  done_[client].push_back(urb.data);
+}
+
+int UsbPart::Discard(UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
+  // The argument is the client's address of the URB.
+  gulong address = 0;
+  std::memcpy(&address, arg->data,
+              std::min<size_t>(sizeof address, static_cast<size_t>(arg->data_len)));
+  std::deque<Urb>& held = held_[client];
+  const auto found = std::find_if(held.begin(), held.end(), [address](const Urb& urb) {
+    return urb.data->client_addr == address;
+  });
+  // Not in flight: done already, or never submitted.
+  if (found == held.end()) return EINVAL;
+  Finish(client, *found, -ENOENT);
+  held.erase(found);
   return 0;
 }
 
+void UsbPart::ResetChannels() {
+  for (const auto& channel : channels_) {
+    channel->Reset();
+    channel->PurgeTransmit();
+  }
+}
+
+void UsbPart::SetBaudRate(unsigned value, unsigned index) {
+  // Parts with more than one channel carry its number in the index's low byte
+  // and the divisor's high bits above it; one-channel parts the bits alone.
+  const bool several = channels_.size() > 1;
+  Channel* channel = ChannelOf(several ? std::max<int>(index & 0xFF, 1) - 1 : 0);
+  if (channel == nullptr) return;
+  const unsigned high = several ? index >> 8 : index;
+  const bool highSpeed = packetSize_ == 512;
+  channel->Settings().baudRate = RateOf(value | high << 16, highSpeed);
+}
+
+bool UsbPart::VendorOut(Channel& channel, uint8_t request, unsigned value, unsigned index) {
+  ChipEeprom* eeprom = channels_[0]->Eeprom();
+  switch (request) {
+    case kReset:
+      if (value == kResetSio) {
+        channel.Reset();
+      } else if (value == kPurgeFromHost) {
+        channel.PurgeTransmit();
+      } else if (value == kPurgeToHost) {
+        channel.PurgeReceive();
+      }
+      return true;
+    case kSetBaudRate:
+      SetBaudRate(value, index);
+      return true;
+    case kSetLatency:
+      channel.Settings().latencyMs = static_cast<uint8_t>(value);
+      return true;
+    case kSetBitMode:
+      channel.SetBitMode(value & 0xFF, static_cast<uint8_t>(value >> 8));
+      return true;
+    case kWriteEeprom:
+      if (eeprom == nullptr) return false;
+      eeprom->WriteWord(index, static_cast<uint16_t>(value));
+      changed_();
+      return true;
+    case kEraseEeprom:
+      if (eeprom == nullptr) return false;
+      eeprom->Erase();
+      changed_();
+      return true;
+    default:
+      // Requests this bench has no model for (flow control, characters, ...)
+      // are taken and change nothing.
+      return true;
+  }
+}
+
 int UsbPart::Control(uint8_t* setup, int length, int& actual) {
+  if (length < 8) return -EINVAL;
   const uint8_t requestType = setup[0];
   const uint8_t request = setup[1];
   const unsigned value = setup[2] | setup[3] << 8;
   const unsigned index = setup[4] | setup[5] << 8;
   const int room = std::min<int>(setup[6] | setup[7] << 8, length - 8);
-  // libftdi numbers the channels from 1 in the index; 0 means A too.
+  // The channel is in the index's low byte, from 1; 0 means A too. The EEPROM
+  // requests' index is a word address instead.
   Channel* channel = ChannelOf(std::max<int>(index & 0xFF, 1) - 1);
+  if (request >= kReadEeprom) channel = channels_[0].get();
   std::vector<uint8_t> reply;
   if (requestType == kStandardIn && request == kGetDescriptor) {
     switch (value >> 8) {
@@ -264,6 +408,7 @@ int UsbPart::Control(uint8_t* setup, int length, int& actual) {
         break;
       case 3: {
         const unsigned string = value & 0xFF;
+        if (string == 3 && serialNumber_.empty()) return -EPIPE;
         reply = string == 0   ? std::vector<uint8_t>{4, 3, 0x09, 0x04}  // US English
                 : string == 1 ? StringDescriptor("FTDI")
                 : string == 2 ? StringDescriptor(description_)
@@ -276,10 +421,7 @@ int UsbPart::Control(uint8_t* setup, int length, int& actual) {
   } else if (requestType == kStandardIn && request == kGetConfiguration) {
     reply = {1};
   } else if (requestType == kVendorOut && channel) {
-    if (request == kReset && value == kResetSio) channel->Reset();
-    if (request == kReset && value == kPurgeRx) channel->PurgeReceive();
-    if (request == kSetLatency) channel->Settings().latencyMs = static_cast<uint8_t>(value);
-    if (request == kSetBitMode) channel->SetBitMode(value & 0xFF, static_cast<uint8_t>(value >> 8));
+    if (!VendorOut(*channel, request, value, index)) return -EPIPE;
   } else if (requestType == kVendorIn && channel) {
     switch (request) {
       case kGetLatency:
@@ -291,9 +433,12 @@ int UsbPart::Control(uint8_t* setup, int length, int& actual) {
       case kReadPins:
         reply = {channel->Pins()};
         break;
-      case kReadEeprom:  // a blank EEPROM
-        reply = {0xFF, 0xFF};
+      case kReadEeprom: {
+        const ChipEeprom* eeprom = channels_[0]->Eeprom();
+        const uint16_t word = eeprom ? eeprom->ReadWord(index) : 0xFFFF;
+        reply = {static_cast<uint8_t>(word), static_cast<uint8_t>(word >> 8)};
         break;
+      }
       default:
         return -EPIPE;
     }

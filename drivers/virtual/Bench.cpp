@@ -39,6 +39,12 @@ const PartModel& ModelOf(PartKind kind) {
   return kModels[static_cast<size_t>(kind)];
 }
 
+const PartModel* ModelOfType(uint32_t type) {
+  const auto found = std::find_if(kModels.begin(), kModels.end(),
+                                  [type](const PartModel& model) { return model.type == type; });
+  return found == kModels.end() ? nullptr : &*found;
+}
+
 void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locationId,
                     std::string_view description) {
   const PartModel& model = ModelOf(kind);

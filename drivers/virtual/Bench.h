@@ -49,6 +49,8 @@ struct PartModel {
 };
 
 const PartModel& ModelOf(PartKind kind);
+// The model of the part whose channels have driver type `type`, or null.
+const PartModel* ModelOfType(uint32_t type);
 
 class Bench {
  public:

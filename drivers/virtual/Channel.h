@@ -92,6 +92,8 @@ class Channel {
   uint32_t HostRead(std::span<uint8_t> out);
   // Bytes that have reached the host by now.
   uint32_t Available() const;
+  // True while anything is on its way to the host, arrived or not.
+  bool Sending() const { return !pending_.empty(); }
   void PurgeReceive() { pending_.clear(); }
   // Drops what the host sent that the engine has not run yet.
   void PurgeTransmit();
