@@ -254,6 +254,8 @@ bool UsbPart::Progress(Urb& urb) {
   auto* header = reinterpret_cast<usbdevfs_urb*>(urb.data->data);
   Channel& channel = *urb.channel;
   if (!urb.in) {
+    // Bytes move with the next USB frame at the earliest.
+    if (urb.done == 0) clock_.Advance(channel.TransferUs());
     const int room = static_cast<int>(std::min<uint32_t>(
         channel.ReceiveRoom(), static_cast<uint32_t>(header->buffer_length - urb.done)));
     if (room > 0) {
@@ -271,11 +273,14 @@ bool UsbPart::Progress(Urb& urb) {
   const int packets = std::max(header->buffer_length / packetSize_, 1);
   std::vector<uint8_t> data(static_cast<size_t>(
       std::max(0, std::min(packets * payload, header->buffer_length - kStatusBytes))));
+  // An answer waits for a USB frame to carry it.
+  const int64_t earliest = clock_.Now() + channel.TransferUs();
   const uint32_t saved = channel.Settings().readTimeoutMs;
   channel.Settings().readTimeoutMs = std::max<uint8_t>(channel.Settings().latencyMs, 1);
   data.resize(idle ? 0 : channel.HostRead(data));
   channel.Settings().readTimeoutMs = saved;
   if (idle) clock_.Advance(int64_t{channel.Settings().latencyMs} * kUsPerMs);
+  clock_.AdvanceTo(earliest);
   size_t taken = 0;
   uint8_t* out = urb.buffer->data;
   do {

@@ -9,6 +9,8 @@
 //   brevant select device | module -c 2       a person picks in a dialog
 //   brevant --bench benches/default.json --trace gpio -d 2 --read
 //   brevant list --driver libftdi             the chips on this machine, through libftdi
+//   brevant emulate -- flashrom -p ft2232_spi:type=2232H,port=A
+//                                             the bench as USB devices for other tools
 //
 // Exit status: 0 done; 1 a library error (printed as the library shows it to a
 // person, "ERROR !6102: Device not opened"), or a failure of the tool's own; 2
@@ -24,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "EmulateCommand.h"
 #include "FifoCommand.h"
 #include "GpioCommand.h"
 #include "JtagCommand.h"
@@ -103,6 +106,7 @@ int Run(int argc, char** argv) {
   const brevant::tool::FifoCommand fifo(app);
   const brevant::tool::VersionCommand version(app);
   const brevant::tool::SelectCommand select(app);
+  const brevant::tool::EmulateCommand emulate(app);
   // Added last, so that its callback sees --driver and --bench already set.
   app.set_version_flag(
       "--version", [&] { return version.Text(driver); },
@@ -110,6 +114,8 @@ int Run(int argc, char** argv) {
 
   try {
     app.parse(argc, argv);
+    // The emulator keeps the state itself, in its own process.
+    if (emulate.Chosen()) emulate.Run(driver, state);
     if (!state.empty()) KeepStateIn(state, driver);
     if (!driver.empty()) brevant::UseDriver(driver);
     const auto log = brevant::tool::TraceLog::When(tracing);

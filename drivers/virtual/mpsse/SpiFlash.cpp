@@ -150,10 +150,10 @@ void SpiFlash::Deselect(int64_t nowUs) {
     for (size_t i = skip; i < page_.size(); ++i) {
       Program(page | ((address_ + i) & (kPageBytes - 1)), page_[i]);
     }
-    busyUntilUs_ = nowUs + kProgramUs;
+    busyUntilUs_ = nowUs + programUs_;
   } else {
     EraseSector(address_);
-    busyUntilUs_ = nowUs + kEraseUs;
+    busyUntilUs_ = nowUs + eraseUs_;
   }
   writeEnabled_ = false;
 }

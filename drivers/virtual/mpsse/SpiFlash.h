@@ -53,6 +53,14 @@ class SpiFlash : public PinDevice {
   uint8_t Peek(uint32_t address) const;
   void Load(uint32_t address, std::span<const uint8_t> bytes);
   uint8_t Status(int64_t nowUs) const;
+  // How long a page program and a sector erase keep the chip busy, in virtual
+  // time; kProgramUs and kEraseUs unless set. Tools that wait in real time
+  // between status reads (flashrom sleeps 10 ms per poll during an erase) get
+  // through a large write quickly with both at 0.
+  void SetBusyTimes(int64_t programUs, int64_t eraseUs) {
+    programUs_ = programUs;
+    eraseUs_ = eraseUs;
+  }
   // Sectors that hold anything but 0xFF.
   size_t UsedSectors() const { return sectors_.size(); }
   uint32_t SizeBytes() const { return sizeBytes_; }
@@ -82,6 +90,8 @@ class SpiFlash : public PinDevice {
   bool tracking_ = false;
   std::set<uint32_t> changed_;
 
+  int64_t programUs_ = kProgramUs;
+  int64_t eraseUs_ = kEraseUs;
   bool writeEnabled_ = false;
   bool fourByteMode_ = false;
   int64_t busyUntilUs_ = 0;
