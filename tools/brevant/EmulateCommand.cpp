@@ -32,10 +32,12 @@ std::string Emulator() {
 
 EmulateCommand::EmulateCommand(CLI::App& app) {
   command_ = app.add_subcommand(
-      "emulate",
-      "plug the virtual bench's parts in as USB devices and run PROGRAM under them, for "
-      "tools that use libusb (flashrom, OpenOCD, libftdi programs); without PROGRAM, print "
-      "the environment to export and serve until interrupted");
+      "emulate", "run a program with the virtual bench's parts plugged in as USB devices");
+  command_->footer(
+      "Tools that use libusb (flashrom, OpenOCD, libftdi programs) find the parts and their "
+      "peripherals as on a real bench. --bench and --state choose the bench and keep its "
+      "memories. The exit status is the program's. Without PROGRAM, prints the environment "
+      "to export and serves until interrupted. See docs/emulate.md.");
   command_->add_option("program", program_, "the program to run, then its own arguments")
       ->type_name("PROGRAM ARGS...");
   // Everything from the program's name on is the program's, options included.
