@@ -1,7 +1,7 @@
 // Loading the driver library: what a missing library or function says, and the
-// driver choices that load it. The client scenarios through this backend run
-// from the other tests' files; the command-line tests in tests/CMakeLists.txt
-// load the virtual D2XX library with a bench file.
+// driver choices that load it. The driver contract through this backend is in
+// tests/conformance; the command-line tests in tests/CMakeLists.txt load the
+// virtual D2XX library with a bench file.
 #include "d2xx/D2xxDriver.h"
 
 #include <gtest/gtest.h>

@@ -1,17 +1,13 @@
 // Fixture base: every test gets a fresh bench of its own, put in place as the
-// process's driver before the objects under test are created.
-//
-// With BREVANT_TEST_DRIVER=d2xx the same bench is reached through the d2xx
-// backend and the virtual D2XX library instead: dlopen, C calls, handles and
-// buffers as with the vendor's library. CTest runs the scenario tests both ways.
+// process's driver before the objects under test are created. Every backend
+// keeps the same driver contract (tests/conformance), so the scenarios run on
+// the virtual driver alone.
 #pragma once
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
-#include <string_view>
 
 #include "d2xx/D2xxDriver.h"
 #include "gateway/Driver.h"
@@ -36,10 +32,7 @@ class BenchTest : public ::testing::Test {
   BenchTest() : bench(virt::MakeDefaultBench()) {}
 
   void SetUp() override {
-    const char* through = std::getenv("BREVANT_TEST_DRIVER");
-    driver = through && std::string_view(through) == "d2xx"
-                 ? D2xxOver(bench)
-                 : std::make_shared<virt::VirtualDriver>(bench);
+    driver = std::make_shared<virt::VirtualDriver>(bench);
     SetDriver(driver);
   }
   void TearDown() override { SetDriver(nullptr); }
