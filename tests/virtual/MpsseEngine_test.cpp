@@ -187,6 +187,19 @@ TEST_F(MpsseEngineTest, WaitThatNeverEndsHoldsEverythingUntilPurged) {
   EXPECT_EQ(Exchange({0x81, 0x87}, 1).size(), 1u);
 }
 
+// At 6 MHz a 4096-byte write takes 5461 us on the wire; once the chip's 2 KiB
+// buffer is full, each write waits that long for room, and a read behind them
+// gets its answer.
+TEST_F(MpsseEngineTest, WritesWaitForRoomInTheChipsBuffer) {
+  Open(kPlain);
+  Bytes command{0x11, 0xFF, 0x0F};
+  command.resize(3 + 4096, 0x55);
+  const int64_t start = bench->Clock().Now();
+  for (int i = 0; i < 100; ++i) Send(command);
+  EXPECT_NEAR((bench->Clock().Now() - start) / 100.0, 5461, 60);
+  EXPECT_EQ(Exchange({0x81, 0x87}, 1).size(), 1u);
+}
+
 TEST_F(MpsseEngineTest, CommandSplitOverWritesRunsWhenComplete) {
   Open(kPlain);
   for (const Bytes& piece : {Bytes{0x84, 0x31}, Bytes{0x02}, Bytes{0x00, 0xDE}}) Send(piece);
