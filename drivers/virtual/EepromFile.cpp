@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "virtual/FlashFile.h"
+#include "virtual/StateFile.h"
 
 namespace brevant::virt {
 
@@ -27,28 +28,12 @@ EepromFile::EepromFile(std::string path, std::shared_ptr<ChipEeprom> eeprom)
 bool EepromFile::Save() {
   unsaved_ = eeprom_->TakeChanged() || unsaved_;
   if (!unsaved_) return true;
-  // A new file beside the old one, then renamed over it: a failed write never
-  // leaves half an image.
-  const std::string temporary = path_ + ".new";
   const std::vector<uint8_t> image = eeprom_->Bytes();
-  std::error_code error;
-  {
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+  unsaved_ = !ReplaceFile(path_, [&image](std::ostream& file) {
     file.write(reinterpret_cast<const char*>(image.data()),
                static_cast<std::streamsize>(image.size()));
-    file.close();
-    if (!file) {
-      fs::remove(temporary, error);
-      return false;
-    }
-  }
-  fs::rename(temporary, path_, error);
-  if (error) {
-    fs::remove(temporary, error);
-    return false;
-  }
-  unsaved_ = false;
-  return true;
+  });
+  return !unsaved_;
 }
 
 }  // namespace brevant::virt

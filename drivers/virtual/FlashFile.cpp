@@ -5,6 +5,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "virtual/StateFile.h"
+
 namespace brevant::virt {
 
 namespace {
@@ -85,24 +87,12 @@ bool FlashFile::Save() {
 }
 
 bool FlashFile::Create() {
-  const std::string temporary = path_ + ".new";
-  std::error_code error;
-  {
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+  const bool written = ReplaceFile(path_, [this](std::ostream& file) {
     for (uint32_t number = 0; file && number < flash_->SizeBytes() / kSectorBytes; ++number) {
       file.write(Chars(Contents(*flash_, number)), kSectorBytes);
     }
-    file.close();
-    if (!file) {
-      fs::remove(temporary, error);
-      return false;
-    }
-  }
-  fs::rename(temporary, path_, error);
-  if (error) {
-    fs::remove(temporary, error);
-    return false;
-  }
+  });
+  if (!written) return false;
   exists_ = true;
   unsaved_.clear();
   return true;
