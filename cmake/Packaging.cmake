@@ -71,11 +71,14 @@ pkg-config files (brevant, brevant-c) for programs that use Brevant.
 Also the virtual vendor driver libbrevant-virtual-d2xx.so, which a
 program's own tests can load in place of the vendor's library to run on
 a virtual bench.]])
-brevant_package(Cli brevant electronics "${BREVANT_SAME}" [[FTDI USB chips from the command line
+# umockdev's preload library is what `brevant emulate` puts under the programs
+# it runs; nothing links it, so it is named here.
+brevant_package(Cli brevant electronics "${BREVANT_SAME}, umockdev" [[FTDI USB chips from the command line
 The brevant command lists FTDI devices and the modules they form, sets
 and reads pins, reads, writes and verifies SPI flash memories, lists the
 TAPs of a JTAG chain and moves bytes through a 245 FIFO, on real chips
-or on a virtual bench.
+or on a virtual bench. brevant emulate plugs the virtual bench in as USB
+devices for other tools (flashrom, OpenOCD, libftdi programs).
 .
 Also a udev rule that gives the user at the seat access to the chips,
 man pages and bash completion.]])

@@ -65,6 +65,8 @@ grep -E '^[EWIP]: ' "$log" | sed 's/^/        /' || true
 cleanup=(purge)
 step "apt-get install the packages" "${sudo[@]}" apt-get install -y -qq "${debs[@]}"
 step "brevant --version" /usr/bin/brevant --version
+emulated_list() { /usr/bin/brevant emulate -- /usr/bin/brevant list --driver libftdi | grep -q BV42H003D; }
+step "brevant emulate: the installed emulator serves the bench" emulated_list
 no_qt() { ! ldd "/usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/libbrevant.so.1" | grep -i qt; }
 step "the installed libbrevant.so.1 needs no Qt" no_qt
 step "man -w brevant brevant-spi" man -w brevant brevant-spi
