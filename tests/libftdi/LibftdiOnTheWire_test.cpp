@@ -122,6 +122,23 @@ TEST(LibftdiOnTheWire, PartWithoutASerialNumberIsListedWithItsName) {
   }
 }
 
+// An MPSSE waiting for a level that never comes (0x89: GPIOL1 low, which the
+// board pulls up) takes no more bytes once its buffer is full: the write times
+// out with status OK and the count that went.
+TEST(LibftdiOnTheWire, WriteThatTimesOutCountsWhatWent) {
+  OnUsb on(virt::MakeDefaultBench());
+  FtHandle h = on.Open(3);
+  ASSERT_EQ(on.driver->FT_SetBitMode(h, 0, kModeMpsse), ft::kOk);
+  ASSERT_EQ(on.driver->FT_SetTimeouts(h, 100, 100), ft::kOk);
+  std::vector<uint8_t> bytes(8192, 0x85);  // loopback off, over and over
+  bytes[0] = 0x89;
+  uint32_t written = 0;
+  EXPECT_EQ(on.driver->FT_Write(h, bytes.data(), 8192, &written), ft::kOk);
+  EXPECT_EQ(written, 2048u);  // the FT4232H's buffer
+  EXPECT_EQ(on.driver->FT_Purge(h, ft::kPurgeTx), ft::kOk);
+  EXPECT_EQ(on.driver->FT_Close(h), ft::kOk);
+}
+
 // A port reset puts the part back to power-up; a cycle is not libusb's to do.
 TEST(LibftdiOnTheWire, ResetPortStartsThePartAfreshAndCycleIsRefused) {
   OnUsb on(virt::MakeDefaultBench());
