@@ -19,7 +19,7 @@ namespace {
 using namespace virt::mpsse_pin;
 
 // Watches the serial pins: records DO and TMS at each rising SK edge, and drives
-// DI so that a read on the rising edge of clock k sees bit k of kRise and a read
+// DI so that a read on the rising edge of clock k sees bit k (mod 16) of kRise and a read
 // on the falling edge bit k of kFall.
 class Probe : public virt::PinDevice {
  public:
@@ -33,9 +33,9 @@ class Probe : public virt::PinDevice {
     if (clock) {
       dataOut += (levels & kDataOut) ? '1' : '0';
       tms += (levels & kSelect) ? '1' : '0';
-      dataIn_ = kFall >> clocks_ & 1;
+      dataIn_ = kFall >> clocks_ % 16 & 1;
     } else {
-      dataIn_ = kRise >> ++clocks_ & 1;
+      dataIn_ = kRise >> ++clocks_ % 16 & 1;
     }
   }
   uint16_t DrivenPins() const override { return kDataIn; }
