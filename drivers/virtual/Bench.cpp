@@ -14,6 +14,8 @@ namespace brevant::virt {
 namespace {
 
 constexpr uint8_t kSyncBitBangMode = 4;
+// A microframe: the least transfer time of a high-speed part.
+constexpr int64_t kHighSpeedTransferUs = 125;
 
 // USB IDs are 0403 with the part's product ID. FIFO sizes are the larger figures published.
 constexpr std::array<PartModel, 5> kModels = {{
@@ -62,6 +64,10 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
     }
     Channel& device = AddDevice(std::move(identity));
     device.SetTransferUs(model.transferUs);
+    if (model.transferUs > kHighSpeedTransferUs) {
+      device.SetEngine(kSyncBitBangMode,
+                       std::make_shared<BitBangEngine>(device.Board(), kFullSpeedPacketData));
+    }
     device.SetReceiveBuffer(model.rxFifoBytes);
     device.SetEeprom(eeprom);
     InstallMpsse(device, kind, channel);
@@ -71,7 +77,8 @@ void Bench::AddPart(PartKind kind, const std::string& serialBase, uint32_t locat
 Channel& Bench::AddDevice(DeviceIdentity identity) {
   devices_.push_back(std::make_shared<Channel>(std::move(identity), clock_));
   Channel& device = *devices_.back();
-  device.SetEngine(kSyncBitBangMode, std::make_shared<BitBangEngine>(device.Board()));
+  device.SetEngine(kSyncBitBangMode,
+                   std::make_shared<BitBangEngine>(device.Board(), kHighSpeedPacketData));
   return device;
 }
 

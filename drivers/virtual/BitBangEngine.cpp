@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "virtual/Bench.h"
 #include "virtual/Channel.h"
 
 namespace brevant::virt {
@@ -34,8 +33,8 @@ void BitBangEngine::Receive(std::span<const uint8_t> bytes, Channel& channel) {
   const auto doneAt = [&](size_t count) {
     return start + static_cast<int64_t>(count) * kUsPerSecond / tickRate;
   };
-  for (size_t first = 0; first < samples.size(); first += kHighSpeedPacketData) {
-    const size_t end = std::min(samples.size(), first + kHighSpeedPacketData);
+  for (size_t first = 0; first < samples.size(); first += packetBytes_) {
+    const size_t end = std::min(samples.size(), first + packetBytes_);
     channel.Deliver(std::span(samples).subspan(first, end - first), doneAt(end) - channel.Now());
   }
   readyUs_ = doneAt(samples.size());

@@ -12,6 +12,7 @@
 // write at once: FT_GetBitMode right after a write shows its last byte.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -22,8 +23,11 @@ namespace brevant::virt {
 
 class BitBangEngine : public ChannelEngine {
  public:
-  // `board` is the wiring of the channel that owns this engine.
-  explicit BitBangEngine(const Wires& board) : board_(board) {}
+  // `board` is the wiring of the channel that owns this engine; samples reach
+  // the host in packets of `packetBytes` (510 on high-speed parts, 62 on
+  // full-speed ones).
+  BitBangEngine(const Wires& board, size_t packetBytes)
+      : board_(board), packetBytes_(packetBytes) {}
 
   void Start(uint8_t mask) override { mask_ = mask; }
   int64_t BusyUntilUs() const override { return readyUs_; }
@@ -32,6 +36,7 @@ class BitBangEngine : public ChannelEngine {
 
  private:
   const Wires& board_;
+  const size_t packetBytes_;
   uint8_t mask_ = 0;
   uint8_t latch_ = 0;    // the last byte written: what the outputs drive
   int64_t readyUs_ = 0;  // when the chip has clocked out everything so far
