@@ -44,10 +44,11 @@ void Channel::HostWrite(std::span<const uint8_t> bytes) {
   if (engine == nullptr) return;
   const int64_t start = std::max(clock_.Now(), engine->BusyUntilUs());
   engine->Receive(bytes, *this);
-  // The engine works through the bytes at an even pace until BusyUntilUs; the
-  // write is done once what is left of them fits in the buffer.
+  // The engine works through what it holds at this write's pace until
+  // BusyUntilUs; the write is done once what is left fits in the buffer, which
+  // for a write behind a long backlog is later than its start.
   const int64_t done = engine->BusyUntilUs();
-  if (bytes.size() > receiveBuffer_ && done > start) {
+  if (!bytes.empty() && done > start) {
     const auto left = static_cast<int64_t>(receiveBuffer_);
     clock_.AdvanceTo(done - (done - start) * left / static_cast<int64_t>(bytes.size()));
   }
