@@ -246,19 +246,24 @@ void UsbPart::Submit(UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
     const int latencyMs = std::max<int>(urb.channel->Settings().latencyMs, 1);
     urb.idleUntil = WallClock::now() + std::chrono::milliseconds(latencyMs);
   }
-  if (Progress(urb)) return Finish(client, urb, 0);
-  held_[client].push_back(urb);
+  // Transfers on one endpoint finish in the order they were submitted.
+  std::deque<Urb>& held = held_[client];
+  const bool queued = std::any_of(held.begin(), held.end(), [&urb](const Urb& earlier) {
+    return earlier.channel == urb.channel && earlier.in == urb.in;
+  });
+  if (!queued && Progress(urb)) return Finish(client, urb, 0);
+  held.push_back(urb);
 }
 
 bool UsbPart::Progress(Urb& urb) {
   auto* header = reinterpret_cast<usbdevfs_urb*>(urb.data->data);
   Channel& channel = *urb.channel;
   if (!urb.in) {
-    // Bytes move with the next USB frame at the earliest.
-    if (urb.done == 0) clock_.Advance(channel.TransferUs());
     const int room = static_cast<int>(std::min<uint32_t>(
         channel.ReceiveRoom(), static_cast<uint32_t>(header->buffer_length - urb.done)));
     if (room > 0) {
+      // Bytes move with the next USB frame at the earliest.
+      clock_.Advance(channel.TransferUs());
       channel.HostWrite({urb.buffer->data + urb.done, static_cast<size_t>(room)});
       urb.done += room;
       changed_();
