@@ -23,6 +23,7 @@ int16_t clsDeviceList::DialogSelectDevice(const std::string& Prompt,
 Array<int16_t> clsDeviceList::DialogSelectModule(int32_t ChannelCount, const std::string& Prompt,
                                                  const std::string& Instruction) {
   frmSelectModule form;
+  form.CheckChannelCount(ChannelCount);
   form.Load();
   form.Setup(ChannelCount, *this, Prompt, Instruction);
   form.Show();

@@ -67,9 +67,13 @@ frmSelectModule::frmSelectModule()
     : SelectionForm(ModuleDesign(), {kSource, "Error in FTDI Module Selection",
                                      kErrInvalidModuleSelection, "Invalid module selection"}) {}
 
+void frmSelectModule::CheckChannelCount(int32_t Channels) const {
+  if (Channels < 1) Raise(kErrInvalidParameter, "Invalid parameter");
+}
+
 void frmSelectModule::Setup(int32_t Channels, clsDeviceList& List, const std::string& Prompt,
                             const std::string& Instruction) {
-  if (Channels < 1) Raise(kErrInvalidParameter, "Invalid parameter");
+  CheckChannelCount(Channels);
   DeviceList = &List;
   ChannelCount = Channels;
   SetPrompts(Prompt, Instruction);

@@ -24,6 +24,9 @@ class frmSelectModule : public SelectionForm {
  public:
   frmSelectModule();
 
+  // Raises "Invalid parameter" when ChannelCount is below 1. Checked before the
+  // window is made, so that a machine without a display is told the same.
+  void CheckChannelCount(int32_t ChannelCount) const;
   // Raises "Invalid parameter" before anything else when ChannelCount is below 1.
   void Setup(int32_t ChannelCount, clsDeviceList& DeviceList, const std::string& Prompt,
              const std::string& Instruction);

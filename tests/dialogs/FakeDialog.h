@@ -107,6 +107,7 @@ class DialogTest : public BenchTest {
   void SetUp() override {
     BenchTest::SetUp();
     SetDialogWindowFactory([this](const DialogDesign& d, DialogEvents& e) {
+      ++windows;
       return std::make_unique<FakeWindow>(d, e, user);
     });
     SetMessageBoxPresenter([this](const std::string& text, const std::string& title, int) {
@@ -123,6 +124,7 @@ class DialogTest : public BenchTest {
   }
 
   FakeWindow::Play user;
+  int windows = 0;  // made by the factory
   std::vector<std::string> boxes;
 };
 

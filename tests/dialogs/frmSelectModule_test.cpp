@@ -46,13 +46,15 @@ TEST_F(SelectModule, WhatTheClientReceives) {
        kBox + "6965: Unexpected number of channels of the module"},
       {2, "c2 dbl ok cancel?", {errDialogCancel}, kBox + "6964: Item cannot be used"},
       {2, "bad0 cancel", {errDialogCancel}, kBox + "6963: Invalid module selection"},
-      {0, "", {static_cast<int32_t>(0x80041B31)}, ""},  // "Invalid parameter", no window shown
+      {0, "", {static_cast<int32_t>(0x80041B31)}, ""},  // "Invalid parameter", no window made
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.script);
     boxes.clear();
+    windows = 0;
     user = c.channels > 0 ? Script(c.script) : [](FakeWindow&) { ADD_FAILURE() << "shown"; };
     EXPECT_EQ(Select(c.channels), c.result);
+    EXPECT_EQ(windows, c.channels > 0 ? 1 : 0);
     EXPECT_EQ(boxes, c.box.empty() ? std::vector<std::string>{} : std::vector{c.box});
   }
 }
