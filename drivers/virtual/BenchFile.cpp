@@ -12,9 +12,11 @@
 #include <system_error>
 #include <vector>
 
+#include "virtual/mpsse/I2cEeprom.h"
 #include "virtual/mpsse/JtagChain.h"
 #include "virtual/mpsse/MpsseBench.h"
 #include "virtual/mpsse/SpiFlash.h"
+#include "virtual/mpsse/TemperatureSensor.h"
 
 namespace brevant::virt {
 
@@ -267,17 +269,60 @@ class Reader {
     MpsseOf(channel).Attach(std::make_shared<JtagChain>(std::move(chain)));
   }
 
+  // Targets on an I2C bus: [{"type": "eeprom", "address": 80, "bytes": 4096,
+  // "pageBytes": 32}, {"type": "sensor", "address": 72, "celsius": 23.5}].
+  void I2cOnPins(Channel& channel, const json& targets, const std::string& place) const {
+    if (!targets.is_array() || targets.empty()) Fail(place, "expected a list of I2C targets");
+    I2cPins& bus = I2cOn(channel);
+    for (size_t i = 0; i < targets.size(); ++i) {
+      const std::string at = place + "[" + std::to_string(i) + "]";
+      const json& target = targets[i];
+      const bool eeprom = Text(Required(target, at, "type"), at + ".type") == "eeprom";
+      if (eeprom) {
+        Keys(target, at, {"type", "address", "bytes", "pageBytes", "writeCycleUs"});
+      } else {
+        Keys(target, at, {"type", "address", "celsius"});
+        if (target.at("type") != "sensor") {
+          Fail(at + ".type", "unknown I2C target; known are eeprom, sensor");
+        }
+      }
+      const auto address = static_cast<uint8_t>(
+          Number(Required(target, at, "address"), at + ".address", 8, 0x77, true));
+      if (bus.At(address) != nullptr) Fail(at + ".address", "another target has this address");
+      try {
+        if (eeprom) {
+          const auto cycle =
+              target.contains("writeCycleUs")
+                  ? Number(target.at("writeCycleUs"), at + ".writeCycleUs", 0, 1000000)
+                  : 5000;
+          bus.Add(std::make_shared<I2cEeprom>(
+              address, Number(Required(target, at, "bytes"), at + ".bytes", 128, 65536),
+              Number(Required(target, at, "pageBytes"), at + ".pageBytes", 1, 65536),
+              static_cast<int64_t>(cycle)));
+        } else {
+          const json& celsius = Required(target, at, "celsius");
+          if (!celsius.is_number()) Fail(at + ".celsius", "expected a number");
+          bus.Add(std::make_shared<TemperatureSensor>(address, celsius.get<double>()));
+        }
+      } catch (const std::invalid_argument& e) {
+        Fail(at, e.what());
+      }
+    }
+  }
+
   // What the board connects to one device's pins.
   void Wiring(const json& entry, const std::string& place, Bench& bench) const {
-    Keys(entry, place, {"device", "spiFlash", "jtag", "loops", "levels", "leds"});
+    Keys(entry, place, {"device", "spiFlash", "jtag", "i2c", "loops", "levels", "leds"});
     if (bench.DeviceCount() == 0) Fail(place, "the bench has no devices to wire");
     const uint64_t index = Number(Required(entry, place, "device"), place + ".device", 0,
                                   static_cast<uint64_t>(bench.DeviceCount() - 1));
     Channel& channel = bench.Device(static_cast<int>(index));
-    const bool mpsse = entry.contains("spiFlash") || entry.contains("jtag");
+    const bool mpsse =
+        entry.contains("spiFlash") || entry.contains("jtag") || entry.contains("i2c");
     if (mpsse && !channel.EngineFor(kMpsseMode)) Fail(place, "this channel has no MPSSE engine");
     if (entry.contains("spiFlash")) SpiFlashOn(channel, entry.at("spiFlash"), place + ".spiFlash");
     if (entry.contains("jtag")) JtagOn(channel, entry.at("jtag"), place + ".jtag");
+    if (entry.contains("i2c")) I2cOnPins(channel, entry.at("i2c"), place + ".i2c");
     if (entry.contains("loops")) {
       for (const auto& [from, to] : Pairs(entry.at("loops"), place + ".loops", 15)) {
         channel.Board().Loop(static_cast<int>(from), static_cast<int>(to));

@@ -95,6 +95,26 @@ class BREVANT_EXPORT MpsseBatch {
   Reply TMSBitsInOut(uint8_t DataIn, uint8_t DataLength, eFTMPSSEClockPolarity ClockPolarityOut,
                      eFTMPSSEClockPolarity ClockPolarityIn, Reply into = {});
 
+  // 1 to 8 bits of Data (bits 7 down for MSB first, 0 up for LSB first); a
+  // count of 0 queues nothing.
+  void DataBitsOut(uint8_t Data, uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                   eFTMPSSEClockPolarity ClockPolarity);
+  // 1 to 8 bits in; the reply gets the chip's answer byte as it comes: MSB
+  // first, the bits read are the low BitCount bits, the last in bit 0; LSB
+  // first, the high ones, the last in bit 7.
+  Reply DataBitsIn(uint8_t BitCount, eFTMPSSEBitOrder BitOrder, eFTMPSSEClockPolarity ClockPolarity,
+                   Reply into = {});
+  // Three-phase clocking: data stays on the pin for half a period after the
+  // edge that would move it, so a bit takes one and a half periods. High-speed
+  // parts only; on another part errParameter and nothing queued.
+  void ThreePhaseClocking(bool Enable);
+  // Pins (ADBUS in bits 0-7, ACBUS in 8-15) that drive only a 0 and let a 1
+  // float, as open-drain outputs. The FT232H only; on another part errParameter
+  // and nothing queued.
+  void DriveZero(uint16_t Pins);
+  // The driver's device type of the channel, asked once per batch.
+  int32_t DeviceType();
+
   // Queues the fastest SCK not above Hz that the part makes and returns that
   // rate: FT232H, FT2232H and FT4232H from 30 MHz / (1 + divisor) with
   // divide-by-5 off (0x8A), down to 30 MHz / 65536, and below that from
@@ -135,8 +155,6 @@ class BREVANT_EXPORT MpsseBatch {
   bool Queue(std::vector<uint8_t>&& command, Slot slot);
   Reply QueueRead(std::vector<uint8_t>&& command, bool built, Reply into, size_t answer,
                   uint8_t bits = 0);
-  // The driver's device type, asked once per batch.
-  int32_t DeviceType();
   void Flush();
   static void Fill(const std::vector<Slot>& slots, const ByteArray& answer);
   // The error to raise when a marker did not come back: the refused byte and its

@@ -35,12 +35,6 @@ size_t FifoOfType(int32_t type) {
   }
 }
 
-// Only these know the clock commands 0x8A and 0x8B; any other part takes the
-// 6 MHz rule, which sends neither.
-bool HighSpeed(int32_t type) {
-  return type == ft::kTypeFT2232H || type == ft::kTypeFT4232H || type == ft::kTypeFT232H;
-}
-
 // The chip's answers no longer line up with the commands sent.
 Error OutOfStep() {
   return Error(kErrBadCommand, kSource, "MPSSE engine out of step");
@@ -148,7 +142,7 @@ double MpsseBatch::SetFrequency(double Hz) {
   // What is wrong whatever the part raises before the driver is asked its type.
   if (!(Hz > 0.0)) mpsse::RejectParameter("Invalid parameter");
   mpsse::Bytes command;
-  const mpsse::Clock clock = mpsse::AppendFrequency(command, Hz, HighSpeed(DeviceType()));
+  const mpsse::Clock clock = mpsse::AppendFrequency(command, Hz, mpsse::HighSpeed(DeviceType()));
   channel_.ClockDivisor = clock.divisor;
   Queue(std::move(command), {});
   return clock.hz;
@@ -206,6 +200,35 @@ MpsseBatch::Reply MpsseBatch::DataBytesInOut(const ByteArray& Data, int32_t Data
 void MpsseBatch::HardwareLoopback(bool Enable) {
   mpsse::Bytes command;
   mpsse::AppendLoopback(command, Enable);
+  Queue(std::move(command), {});
+}
+
+void MpsseBatch::DataBitsOut(uint8_t Data, uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                             eFTMPSSEClockPolarity ClockPolarity) {
+  mpsse::Bytes command;
+  if (mpsse::AppendBitsOut(command, Data, BitCount, BitOrder, ClockPolarity)) {
+    Queue(std::move(command), {});
+  }
+}
+
+MpsseBatch::Reply MpsseBatch::DataBitsIn(uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                                         eFTMPSSEClockPolarity ClockPolarity, Reply into) {
+  mpsse::Bytes command;
+  const bool built = mpsse::AppendBitsIn(command, BitCount, BitOrder, ClockPolarity);
+  return QueueRead(std::move(command), built, std::move(into), 1);
+}
+
+void MpsseBatch::ThreePhaseClocking(bool Enable) {
+  if (!mpsse::HighSpeed(DeviceType())) mpsse::RejectParameter("Invalid parameter");
+  mpsse::Bytes command;
+  mpsse::AppendThreePhase(command, Enable);
+  Queue(std::move(command), {});
+}
+
+void MpsseBatch::DriveZero(uint16_t Pins) {
+  if (DeviceType() != ft::kTypeFT232H) mpsse::RejectParameter("Invalid parameter");
+  mpsse::Bytes command;
+  mpsse::AppendDriveZero(command, Pins);
   Queue(std::move(command), {});
 }
 

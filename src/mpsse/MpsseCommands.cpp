@@ -5,6 +5,7 @@
 #include <span>
 
 #include "brevant/Error.h"
+#include "driver/Ftd2xx.h"
 
 namespace brevant::mpsse {
 
@@ -14,8 +15,8 @@ constexpr char kSource[] = "clsFTDIMPSSE";
 
 // One command moves at most 65535 bytes: its length field 0xFFFF (65536) is never sent.
 constexpr int32_t kLengthMask = 0xFFFF;
-// TMS commands carry one data byte: 1 to 8 bits, sent as the count less one.
-constexpr int32_t kTmsLengthMask = 0x07;
+// Bit and TMS commands carry one data byte: 1 to 8 bits, sent as the count less one.
+constexpr int32_t kBitLengthMask = 0x07;
 
 constexpr uint8_t kSetLow = 0x80;
 constexpr uint8_t kReadLow = 0x81;
@@ -26,6 +27,9 @@ constexpr uint8_t kLoopbackOff = 0x85;
 constexpr uint8_t kSetDivisor = 0x86;
 constexpr uint8_t kDivideBy5Off = 0x8A;
 constexpr uint8_t kDivideBy5On = 0x8B;
+constexpr uint8_t kThreePhaseOn = 0x8C;
+constexpr uint8_t kThreePhaseOff = 0x8D;
+constexpr uint8_t kDriveZero = 0x9E;
 // SCK with divisor 0: the high-speed parts' 60 MHz over two edges, and that
 // over 5 again, which is also where they start and all the full-speed part has.
 constexpr double kFastBase = 30e6;
@@ -34,6 +38,8 @@ constexpr double kSlowBase = 6e6;
 constexpr uint8_t kBytesOut = 0x10;
 constexpr uint8_t kBytesIn = 0x20;
 constexpr uint8_t kBytesInOut = 0x30;
+constexpr uint8_t kBitsOut = 0x12;
+constexpr uint8_t kBitsIn = 0x22;
 constexpr uint8_t kTmsOut = 0x4A;
 constexpr uint8_t kTmsInOut = 0x6A;
 
@@ -58,9 +64,9 @@ bool CheckTransfer(int32_t DataLength) {
   return true;
 }
 
-bool CheckTms(uint8_t DataLength) {
+bool CheckBits(uint8_t DataLength) {
   if (DataLength == 0) return false;
-  RequireMasked(DataLength - 1, kTmsLengthMask, "Invalid data length");
+  RequireMasked(DataLength - 1, kBitLengthMask, "Invalid data length");
   return true;
 }
 
@@ -114,6 +120,10 @@ void RejectShortRead() {
               "FTDI read error (timeout)");
 }
 
+bool HighSpeed(int32_t type) {
+  return type == ft::kTypeFT2232H || type == ft::kTypeFT4232H || type == ft::kTypeFT232H;
+}
+
 void AppendClockDivisor(Bytes& out, int32_t Divisor) {
   RequireMasked(Divisor, kDivisorMask, "Invalid parameter");
   out.insert(out.end(), {kSetDivisor, Low(Divisor), High(Divisor)});
@@ -141,6 +151,14 @@ void AppendReadPort(Bytes& out, bool high) {
 
 void AppendLoopback(Bytes& out, bool Enable) {
   out.push_back(Enable ? kLoopbackOn : kLoopbackOff);
+}
+
+void AppendThreePhase(Bytes& out, bool Enable) {
+  out.push_back(Enable ? kThreePhaseOn : kThreePhaseOff);
+}
+
+void AppendDriveZero(Bytes& out, uint16_t Pins) {
+  out.insert(out.end(), {kDriveZero, Low(Pins), High(Pins)});
 }
 
 bool AppendDataOut(Bytes& out, const ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
@@ -176,10 +194,30 @@ bool AppendDataInOut(Bytes& out, const ByteArray& Data, int32_t DataLength,
   return true;
 }
 
+bool AppendBitsOut(Bytes& out, uint8_t Data, uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                   eFTMPSSEClockPolarity ClockPolarity) {
+  CheckBitOrder(BitOrder);
+  CheckPolarity(ClockPolarity);
+  if (!CheckBits(BitCount)) return false;
+  out.insert(out.end(), {static_cast<uint8_t>(kBitsOut | (BitOrder * 8) | ClockPolarity),
+                         static_cast<uint8_t>(BitCount - 1), Data});
+  return true;
+}
+
+bool AppendBitsIn(Bytes& out, uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                  eFTMPSSEClockPolarity ClockPolarity) {
+  CheckBitOrder(BitOrder);
+  CheckPolarity(ClockPolarity);
+  if (!CheckBits(BitCount)) return false;
+  out.insert(out.end(), {static_cast<uint8_t>(kBitsIn | (BitOrder * 8) | (ClockPolarity * 4)),
+                         static_cast<uint8_t>(BitCount - 1)});
+  return true;
+}
+
 bool AppendTmsOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
                   eFTMPSSEClockPolarity ClockPolarity) {
   CheckPolarity(ClockPolarity);
-  if (!CheckTms(DataLength)) return false;
+  if (!CheckBits(DataLength)) return false;
   out.insert(out.end(), {static_cast<uint8_t>(kTmsOut | ClockPolarity),
                          static_cast<uint8_t>(DataLength - 1), DataIn});
   return true;
@@ -189,7 +227,7 @@ bool AppendTmsInOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
                     eFTMPSSEClockPolarity ClockPolarityOut, eFTMPSSEClockPolarity ClockPolarityIn) {
   CheckPolarity(ClockPolarityOut);
   CheckPolarity(ClockPolarityIn);
-  if (!CheckTms(DataLength)) return false;
+  if (!CheckBits(DataLength)) return false;
   out.insert(out.end(), {static_cast<uint8_t>(kTmsInOut | ClockPolarityOut | (ClockPolarityIn * 4)),
                          static_cast<uint8_t>(DataLength - 1), DataIn});
   return true;

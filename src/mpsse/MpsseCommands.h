@@ -28,6 +28,10 @@ inline constexpr int32_t kDivisorMask = 0xFFFF;
 // commands ask for, which means the read time-out ran out.
 [[noreturn]] void RejectShortRead();
 
+// The parts with the 30 MHz clock base and the high-speed commands (0x8A-0x8F
+// and the rest) by the driver's device type; any other takes the 6 MHz rule.
+bool HighSpeed(int32_t type);
+
 void AppendClockDivisor(Bytes& out, int32_t Divisor);
 // The fastest SCK not above Hz that a part makes, and the divisor giving it.
 struct Clock {
@@ -44,6 +48,12 @@ Clock AppendFrequency(Bytes& out, double Hz, bool highSpeed);
 void AppendSetPort(Bytes& out, bool high, uint8_t Value, uint8_t Direction);
 void AppendReadPort(Bytes& out, bool high);
 void AppendLoopback(Bytes& out, bool Enable);
+// Three-phase clocking (0x8C on, 0x8D off): data held for half a period after
+// the clock edge that moves it. High-speed parts only.
+void AppendThreePhase(Bytes& out, bool Enable);
+// Drive-zero (0x9E): the masked pins (ADBUS in bits 0-7, ACBUS in 8-15) drive
+// a 0 and float for a 1. FT232H only.
+void AppendDriveZero(Bytes& out, uint16_t Pins);
 
 bool AppendDataOut(Bytes& out, const ByteArray& Data, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
                    eFTMPSSEClockPolarity ClockPolarity);
@@ -52,6 +62,12 @@ bool AppendDataIn(Bytes& out, int32_t DataLength, eFTMPSSEBitOrder BitOrder,
 bool AppendDataInOut(Bytes& out, const ByteArray& Data, int32_t DataLength,
                      eFTMPSSEBitOrder BitOrder, eFTMPSSEClockPolarity ClockPolarityOut,
                      eFTMPSSEClockPolarity ClockPolarityIn);
+// 1 to 8 bits of one byte (0x12 and 0x22 with the order and edge bits); a
+// count above 8 raises "Invalid data length".
+bool AppendBitsOut(Bytes& out, uint8_t Data, uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                   eFTMPSSEClockPolarity ClockPolarity);
+bool AppendBitsIn(Bytes& out, uint8_t BitCount, eFTMPSSEBitOrder BitOrder,
+                  eFTMPSSEClockPolarity ClockPolarity);
 bool AppendTmsOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,
                   eFTMPSSEClockPolarity ClockPolarity);
 bool AppendTmsInOut(Bytes& out, uint8_t DataIn, uint8_t DataLength,

@@ -165,6 +165,19 @@ TEST(BenchFile, BadFilesNameFilePlaceAndProblem) {
       {kOneDevice +
            R"("wiring": [{"device": 0, "spiFlash": {"jedecId": "0xEF4016", "bytes": 4194304, "sfdp": 1}}]})",
        "lab.json: wiring[0].spiFlash.sfdp: expected true or false"},
+      // I2C targets: a known kind, a plain 7-bit address of its own, a real part's size.
+      {kOneDevice + R"("wiring": [{"device": 0, "i2c": [{"type": "rtc", "address": 104}]}]})",
+       "lab.json: wiring[0].i2c[0].type: unknown I2C target; known are eeprom, sensor"},
+      {kOneDevice + R"("wiring": [{"device": 0, "i2c": [{"type": "sensor", "address": "0x78",
+           "celsius": 20}]}]})",
+       "lab.json: wiring[0].i2c[0].address: expected a number from 8 to 119"},
+      {kOneDevice + R"("wiring": [{"device": 0, "i2c": [
+           {"type": "sensor", "address": 72, "celsius": 20},
+           {"type": "eeprom", "address": "0x48", "bytes": 256, "pageBytes": 8}]}]})",
+       "lab.json: wiring[0].i2c[1].address: another target has this address"},
+      {kOneDevice + R"("wiring": [{"device": 0, "i2c": [{"type": "eeprom", "address": 80,
+           "bytes": 2048, "pageBytes": 16}]}]})",
+       "lab.json: wiring[0].i2c[0]: a 24C EEPROM has 128 or 256 bytes, or 4 KiB to 64 KiB"},
       // What the parsed value would hide.
       {R"({"devices": [], "devices": []})", "lab.json: devices: the key comes twice"},
       {R"({"devices": [{"part": "FT232H", "serial": "A", "location": 1},

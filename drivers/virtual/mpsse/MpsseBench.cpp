@@ -3,7 +3,9 @@
 #include <memory>
 #include <stdexcept>
 
+#include "virtual/mpsse/I2cEeprom.h"
 #include "virtual/mpsse/JtagChain.h"
+#include "virtual/mpsse/TemperatureSensor.h"
 
 namespace brevant::virt {
 
@@ -39,6 +41,14 @@ SpiFlash* FlashOf(Channel& channel) {
   return engine ? engine->Attached<SpiFlash>() : nullptr;
 }
 
+I2cPins& I2cOn(Channel& channel) {
+  MpsseEngine& engine = MpsseOf(channel);
+  if (auto* bus = engine.Attached<I2cPins>()) return *bus;
+  auto bus = std::make_shared<I2cPins>(channel.Board());
+  engine.Attach(bus);
+  return *bus;
+}
+
 void WireDefaultPeripherals(Bench& bench) {
   // A 32 Mbit flash with a well-known maker's ID: Winbond (EF), type 40, 4 MiB
   // (16), which describes itself in SFDP as such parts do.
@@ -55,6 +65,11 @@ void WireDefaultPeripherals(Bench& bench) {
   board.Loop(5, 6);
   board.Led(4);
   board.Led(11);
+  // A 32 Kbit EEPROM (24C32: 4 KiB, 32-byte pages) and a sensor reading 23.5 °C,
+  // at the addresses these parts have with their address pins low.
+  I2cPins& bus = I2cOn(bench.Device(4));
+  bus.Add(std::make_shared<I2cEeprom>(0x50, 4096, 32));
+  bus.Add(std::make_shared<TemperatureSensor>(0x48, 23.5));
 }
 
 }  // namespace brevant::virt

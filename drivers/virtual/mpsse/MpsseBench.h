@@ -3,6 +3,7 @@
 #pragma once
 
 #include "virtual/Bench.h"
+#include "virtual/mpsse/I2cPins.h"
 #include "virtual/mpsse/MpsseEngine.h"
 #include "virtual/mpsse/SpiFlash.h"
 
@@ -18,8 +19,12 @@ MpsseEngine& MpsseOf(Channel& channel);
 // The SPI flash wired to the channel's MPSSE pins, or null.
 SpiFlash* FlashOf(Channel& channel);
 
+// The I2C bus on the channel's MPSSE pins, wired on first use.
+I2cPins& I2cOn(Channel& channel);
+
 // The default bench's peripherals: an SPI flash on device 0, a JTAG chain of two
-// TAPs on device 1, GPIO loops and LEDs on device 2.
+// TAPs on device 1, GPIO loops and LEDs on device 2, an I2C bus with an EEPROM
+// and a temperature sensor on device 4.
 void WireDefaultPeripherals(Bench& bench);
 
 }  // namespace brevant::virt
