@@ -59,8 +59,7 @@ json DiscernModules(int extra) {
   Array<tDeviceInfo> infos;
   Array<tModuleInfo> found;
   list.ScanDevices(count, infos);
-  const int32_t error =
-      Failure([&] { list.DiscernModules(count + extra, infos, modules, found); });
+  const int32_t error = Failure([&] { list.DiscernModules(count + extra, infos, modules, found); });
   json out = json::array();
   for (const tModuleInfo& m : found.Elements()) {
     json devices = json::array();
