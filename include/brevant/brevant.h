@@ -144,7 +144,9 @@ BREVANT_API int32_t brevant_log_create(const brevant_log_sink* sink, brevant_obj
 enum brevant_invoke_kind { BREVANT_METHOD = 1, BREVANT_GET = 2, BREVANT_PUT = 4 };
 
 /* Calls a member. `args` are in the member's order, the value to write last;
- * by-reference arguments are written back in place. `result` may be NULL. */
+ * by-reference arguments are written back in place, also when the member fails:
+ * what it stored into them before it raised, as a C++ caller sees it. `result`
+ * may be NULL. */
 BREVANT_API int32_t brevant_invoke(brevant_object object, int32_t dispid, int32_t kind,
                                    int32_t arg_count, brevant_variant* args,
                                    brevant_variant* result);

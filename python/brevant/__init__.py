@@ -12,7 +12,8 @@ library's own type information:
     fifo.DataRead(data, 2, count)
 
 A failure raises BrevantError with .number, .source and .description.
-By-reference arguments are written back into a Ref, a bytearray or a list.
+By-reference arguments are written back into a Ref, a bytearray or a list,
+also when the call fails.
 """
 
 from ._abi import lib as _lib

@@ -7,6 +7,7 @@ dispatch id is read from the type information at import.
 import ctypes
 import dataclasses
 import enum
+import numbers
 from ctypes import byref, c_int32, c_uint64
 
 from . import _abi
@@ -32,15 +33,28 @@ class Ref:
         return f"Ref({self.value!r})"
 
 
+def _error(status):
+    """The error of a failed call, None for status 0."""
+    if status == 0:
+        return None
+    return BrevantError(lib.brevant_error_number(), _decode(lib.brevant_error_source()),
+                        _decode(lib.brevant_error_description()))
+
+
 def _check(status):
-    if status != 0:
-        raise BrevantError(lib.brevant_error_number(),
-                           (lib.brevant_error_source() or b"").decode(),
-                           (lib.brevant_error_description() or b"").decode())
+    error = _error(status)
+    if error:
+        raise error
 
 
 def _text(raw):
     return raw.decode() if raw else None
+
+
+def _decode(raw):
+    # The driver's texts are 8-bit and cut at 64 bytes, possibly inside a
+    # character: a scan must not fail on them.
+    return (raw or b"").decode("utf-8", "replace")
 
 
 class _Sinks:
@@ -54,7 +68,7 @@ class _Sinks:
 
     def _entry(self, context, level, text):
         target = self.live[context]
-        (target.LogEntry if hasattr(target, "LogEntry") else target)(level, text.decode())
+        (target.LogEntry if hasattr(target, "LogEntry") else target)(level, _decode(text))
 
     def _release(self, context):
         del self.live[context]
@@ -98,6 +112,11 @@ class _Library:
         if isinstance(value, str):
             # Text goes as text; the library tells whether the member takes it.
             kind = STRING
+        elif (kind in (I2, I4, UI1) and isinstance(value, numbers.Real)
+              and not isinstance(value, numbers.Integral)):
+            # A fraction goes as a double: the library refuses it for an integer,
+            # as it does for any client, where int() would truncate it.
+            kind = R8
         v.type = kind
         if kind in (I2, I4, UI1) and not param.by_ref:
             # The library narrows by-value integers itself and reports an overflow.
@@ -113,9 +132,14 @@ class _Library:
         elif kind == BOOL:
             v.value.boolean = -1 if value else 0
         elif kind == STRING:
-            _check(lib.brevant_variant_set_string(byref(v), str(value or "").encode()))
+            text = str(value or "")
+            if "\0" in text:
+                # The library's texts end at their first NUL; the rest would be lost.
+                raise ValueError(f"{_text(param.name)}: a text with a NUL, where the "
+                                 "library's texts end")
+            _check(lib.brevant_variant_set_string(byref(v), text.encode()))
         elif kind == OBJECT:
-            v.value.object = self._object_handle(value)
+            v.value.object = self._object_handle(value, param)
         elif kind in (ARRAY | UI1, ARRAY | I2):
             self._packed_array(v, kind, value)
         elif kind == ARRAY | RECORD:
@@ -144,12 +168,16 @@ class _Library:
             buffer = (ctypes.c_int16 * max(len(value), 1))(*value)
         _check(lib.brevant_variant_set_array(byref(v), kind & ~ARRAY, buffer, len(value), 0))
 
-    def _object_handle(self, value):
+    def _object_handle(self, value, param):
         if value is None:
             return 0
         if isinstance(value, Object):
             return value._handle
-        # Any other object is a log sink: a LogEntry method, or a callable.
+        # Any other object is a log sink: a LogEntry method, or a callable. It is
+        # refused here, since the library would only find out at its first entry.
+        if not callable(getattr(value, "LogEntry", value)):
+            raise TypeError(f"{_text(param.name)} takes an icLog: an object with a LogEntry "
+                            f"method, a callable or None, not {type(value).__name__}")
         return self.sinks.create(value)
 
     # Variant to Python ------------------------------------------------------
@@ -164,7 +192,7 @@ class _Library:
         if kind == BOOL:
             return v.value.boolean != 0
         if kind == STRING:
-            return ctypes.string_at(v.value.string).decode() if v.value.string else ""
+            return _decode(ctypes.string_at(v.value.string)) if v.value.string else ""
         if kind == OBJECT:
             return self.wrap(v.value.object) if v.value.object else None
         if kind & ARRAY:
@@ -200,11 +228,17 @@ class _Library:
         try:
             for k, value in enumerate(args):
                 self.to_variant(variants[k], value, params[k])
-            _check(lib.brevant_invoke(handle, member.dispid, member.kind, len(args), variants,
-                                      byref(result)))
-            for k, value in enumerate(args):
-                if params[k].by_ref:
-                    _write_back(value, self.from_variant(variants[k], params[k]))
+            error = _error(lib.brevant_invoke(handle, member.dispid, member.kind, len(args),
+                                              variants, byref(result)))
+            # By-reference arguments come back from a failed call too, with what
+            # the member stored before it raised.
+            lost = [_text(params[k].name) for k, value in enumerate(args) if params[k].by_ref
+                    and not _write_back(value, self.from_variant(variants[k], params[k]))]
+            if error:
+                raise error
+            if lost:
+                raise TypeError(f"{member.name.decode()} stored into {', '.join(lost)}, which "
+                                "cannot take it: pass a bytearray, a list or a Ref")
             return self.from_variant(result, member.result) if member.result.type else None
         finally:
             for k in range(len(args)):
@@ -235,10 +269,19 @@ def _record_param(name):
 
 
 def _write_back(target, value):
+    """Puts what the member left in a by-reference argument into `target`.
+
+    False when `target` is an immutable array (bytes, a tuple) that the member
+    changed: what it stored would be lost. Other plain values are in-values only.
+    """
     if isinstance(target, Ref):
         target.value = value
-    elif isinstance(target, (bytearray, list)) and value is not None:
-        target[:] = value
+    elif isinstance(target, (bytearray, list)):
+        # An array without bounds comes back as None: what the list held is gone.
+        target[:] = [] if value is None else value
+    elif isinstance(target, (bytes, tuple, memoryview)):
+        return list(target) == list(value or [])
+    return True
 
 
 def _member(library, name, kinds):

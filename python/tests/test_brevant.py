@@ -1,5 +1,6 @@
 """The Python package on the virtual bench, through the shared library."""
 
+import json
 import os
 import shutil
 import subprocess
@@ -80,6 +81,7 @@ def test_records_and_reference_arrays():
     (lambda: brevant.clsFTDIMPSSEPortIO(), -2147221231),        # not creatable
     (lambda: brevant.clsFTDI245FIFO().Initialize("zero"), -2147352571),  # type mismatch
     (lambda: brevant.clsFTDI245FIFO().Initialize(70000), -2147352566),   # overflow
+    (lambda: brevant.clsFTDI245FIFO().Initialize(1.5), -2147352571),     # not truncated to 1
     (lambda: brevant.clsDeviceList().DialogSelectModule("two", "a", "b"), -2147352571),
 ])
 def test_bad_calls_raise_with_a_number(action, number):
@@ -87,6 +89,43 @@ def test_bad_calls_raise_with_a_number(action, number):
         action()
     assert failure.value.number == number and failure.value.source == "Brevant"
     assert failure.value.description
+
+
+def read_into_bytes():
+    fifo = brevant.clsFTDI245FIFO()
+    fifo.Initialize(0)
+    fifo.DataWrite(b"\x80\x01", 2)
+    fifo.DataRead(b"xx", 2, Ref(0))
+
+
+@pytest.mark.parametrize("action, refusal", [
+    # A sink that cannot take entries would fail at each one, inside the library.
+    (lambda: setattr(brevant.clsFTDI245FIFO(), "Log", 5), TypeError),
+    # What DataRead stores would be lost.
+    (read_into_bytes, TypeError),
+    # The library's texts end at a NUL: this would find "Dual RS232-HS A".
+    (lambda: brevant.clsDeviceList().FindDevice("Dual RS232-HS A\0x", Ref(0)), ValueError),
+])
+def test_python_refuses_what_the_library_would_lose(action, refusal):
+    with pytest.raises(refusal):
+        action()
+
+
+def test_text_cut_inside_a_character_reads_with_a_replacement(tmp_path):
+    bench = tmp_path / "bench.json"
+    bench.write_text(json.dumps({"devices": [
+        {"serialNumber": "C1", "description": "x" * 63 + "\u00e9", "location": 1}]}))
+    script = ("import brevant, json; lines, count, infos = [], brevant.Ref(0), []\n"
+              "devices = brevant.clsDeviceList()\n"
+              "devices.Log = lambda level, entry: lines.append(entry)\n"
+              "devices.ScanDevices(count, infos)\n"
+              "print(json.dumps([infos[0].Description, lines[2]]))")
+    run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
+                         env=dict(os.environ, BREVANT_DRIVER=f"virtual:{bench}"))
+    # The driver keeps 64 bytes: 63 x and the first byte of the two of é.
+    assert run.returncode == 0 and not run.stderr, run.stderr
+    assert json.loads(run.stdout) == [
+        "x" * 63 + "\ufffd", 'FT_ListDevices (0, "' + "x" * 63 + '\ufffd", 0x40000002) = 0']
 
 
 def test_python_example_runs():

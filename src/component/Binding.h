@@ -88,22 +88,29 @@ void Run(const F& f, void* self, int32_t argc, brevant_variant* args, brevant_va
   };
   std::tuple<Bare<std::tuple_element_t<I, Args>>...> values{
       in(std::integral_constant<size_t, I>{})...};
-  C& object = *static_cast<C*>(self);
-  using R = typename Sig::Result;
-  if constexpr (std::is_void_v<R>) {
-    std::invoke(f, object, std::get<I>(values)...);
-  } else {
-    Bare<R> value = std::invoke(f, object, std::get<I>(values)...);
-    if (result) {
-      brevant_variant_clear(result);
-      Value<Bare<R>>::Out(*result, value);
-    }
-  }
   [[maybe_unused]] auto back = [&](auto index) {
     if (!params[index].by_ref || index >= static_cast<size_t>(argc)) return;
     brevant_variant_clear(&args[index]);
     Value<Bare<std::tuple_element_t<index, Args>>>::Out(args[index], std::get<index>(values));
   };
+  C& object = *static_cast<C*>(self);
+  using R = typename Sig::Result;
+  try {
+    if constexpr (std::is_void_v<R>) {
+      std::invoke(f, object, std::get<I>(values)...);
+    } else {
+      Bare<R> value = std::invoke(f, object, std::get<I>(values)...);
+      if (result) {
+        brevant_variant_clear(result);
+        Value<Bare<R>>::Out(*result, value);
+      }
+    }
+  } catch (...) {
+    // What a member stored into its by-reference arguments before it raised
+    // stays stored for a C++ caller; the client gets it as well.
+    (back(std::integral_constant<size_t, I>{}), ...);
+    throw;
+  }
   (back(std::integral_constant<size_t, I>{}), ...);
 }
 
