@@ -160,3 +160,19 @@ def test_missing_library_is_an_import_error_naming_each_place_tried(tmp_path, na
     for place, line in zip(places, lines[1:-1]):
         assert place.format(build=build) + ": cannot open" in line
     assert lines[-1] == "Set BREVANT_LIBRARY to the path of libbrevant.so.1."
+
+
+def test_i2c_bus_on_the_default_bench():
+    mpsse, bus = brevant.clsFTDIMPSSE(), brevant.I2cBus()
+    mpsse.Initialize(4)
+    assert bus.Open(mpsse, 400e3) == 400e3
+    assert list(bus.Scan()) == [0x48, 0x50]
+    assert bytes(bus.ReadRegister(0x48, 0, 2)) == b"\x17\x80"
+    bus.Write(0x50, bytearray(b"\x00\x20ok"))
+    with pytest.raises(brevant.BrevantError) as busy:
+        bus.Read(0x50, 1)
+    assert (busy.value.number, busy.value.source, busy.value.description) == (
+        -2147215183, "I2cBus", "No answer from I2C address 0x50")
+    with pytest.raises(brevant.BrevantError) as unopened:
+        brevant.I2cBus().Scan()
+    assert unopened.value.description == "Device not opened"

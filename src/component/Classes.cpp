@@ -7,14 +7,15 @@
 namespace brevant::component {
 
 std::span<const ClassBinding* const> AllClasses() {
-  static const std::array<const ClassBinding*, 8> classes{&clsFTDIMPSSEBinding(),
+  static const std::array<const ClassBinding*, 9> classes{&clsFTDIMPSSEBinding(),
                                                           &clsFTDIMPSSEPortIOBinding(),
                                                           &clsFTDISyncBitBangBinding(),
                                                           &ProcessBinding(),
                                                           &icLogBinding(),
                                                           &clsFTDIOptoBinding(),
                                                           &clsFTDI245FIFOBinding(),
-                                                          &clsDeviceListBinding()};
+                                                          &clsDeviceListBinding(),
+                                                          &I2cBusBinding()};
   return classes;
 }
 

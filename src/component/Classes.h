@@ -19,6 +19,7 @@ const ClassBinding& icLogBinding();
 const ClassBinding& clsFTDIOptoBinding();
 const ClassBinding& clsFTDI245FIFOBinding();
 const ClassBinding& clsDeviceListBinding();
+const ClassBinding& I2cBusBinding();
 
 std::span<const ClassBinding* const> AllClasses();
 // Null for a name or identifier that no public class has.

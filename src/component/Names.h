@@ -52,6 +52,10 @@ struct ClassName<icLog> {
   static constexpr const char* kName = "icLog";
 };
 template <>
+struct ClassName<clsFTDIMPSSE> {
+  static constexpr const char* kName = "clsFTDIMPSSE";
+};
+template <>
 struct ClassName<clsFTDIMPSSEPortIO> {
   static constexpr const char* kName = "clsFTDIMPSSEPortIO";
 };
