@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
 
 #include "virtual/BitBangEngine.h"
+#include "virtual/mpsse/I2cEeprom.h"
 #include "virtual/mpsse/MpsseBench.h"
 
 namespace brevant::virt {
@@ -108,6 +110,23 @@ void Bench::KeepMemories(const std::string& directory) {
                        std::to_string(index) + " would share this file");
     }
     memories_.emplace_back(path, SharedDevice(index), *flash);
+  }
+  // An I2C EEPROM by the device its bus is on and its address:
+  // BV42H003B-i2c-50.eeprom.
+  for (int index = 0; index < DeviceCount(); ++index) {
+    const I2cPins* bus = I2cOf(Device(index));
+    if (bus == nullptr) continue;
+    const std::string& serial = Device(index).Identity().serialNumber;
+    for (const auto& target : bus->Targets()) {
+      auto eeprom = std::dynamic_pointer_cast<I2cEeprom>(target);
+      if (!eeprom) continue;
+      char address[8];
+      std::snprintf(address, sizeof address, "%02x", target->Address());
+      const std::string name =
+          (IsSafeFileName(serial) ? serial : "device" + std::to_string(index)) + "-i2c-" + address +
+          ".eeprom";
+      eeproms_.emplace_back((std::filesystem::path(directory) / name).string(), eeprom);
+    }
   }
   // One file per part, named after its first channel.
   std::vector<const ChipEeprom*> kept;

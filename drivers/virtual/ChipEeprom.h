@@ -12,9 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "virtual/KeptImage.h"
+
 namespace brevant::virt {
 
-class ChipEeprom {
+class ChipEeprom : public KeptImage {
  public:
   // What the part reports on USB; `words` is 64, 128 or 256.
   struct Identity {
@@ -34,10 +36,10 @@ class ChipEeprom {
 
   // The contents as bytes, low byte of each word first, and back; Load takes
   // exactly Words() * 2 bytes.
-  std::vector<uint8_t> Bytes() const;
-  void Load(const std::vector<uint8_t>& bytes);
+  std::vector<uint8_t> Bytes() const override;
+  void Load(const std::vector<uint8_t>& bytes) override;
   // True once a write or erase changed the contents since the last call.
-  bool TakeChanged();
+  bool TakeChanged() override;
 
   // The checksum of words 0 to `count` - 2, which the chip keeps in word
   // `count` - 1: 64 words on a 93C46, 128 on the larger ones.

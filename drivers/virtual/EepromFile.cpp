@@ -12,15 +12,15 @@ namespace brevant::virt {
 
 namespace fs = std::filesystem;
 
-EepromFile::EepromFile(std::string path, std::shared_ptr<ChipEeprom> eeprom)
+EepromFile::EepromFile(std::string path, std::shared_ptr<KeptImage> eeprom)
     : path_(std::move(path)), eeprom_(std::move(eeprom)) {
   std::error_code error;
   if (!fs::exists(path_, error)) return;
   std::ifstream file(path_, std::ios::binary);
   const std::vector<uint8_t> image((std::istreambuf_iterator<char>(file)), {});
-  if (!file.is_open() || image.size() != eeprom_->Words() * 2) {
-    throw StateError(path_ + ": not an image of a " + std::to_string(eeprom_->Words()) +
-                     "-word EEPROM");
+  const size_t bytes = eeprom_->Bytes().size();
+  if (!file.is_open() || image.size() != bytes) {
+    throw StateError(path_ + ": not an image of a " + std::to_string(bytes) + "-byte EEPROM");
   }
   eeprom_->Load(image);
 }

@@ -29,6 +29,7 @@
 #include "EmulateCommand.h"
 #include "FifoCommand.h"
 #include "GpioCommand.h"
+#include "I2cCommand.h"
 #include "JtagCommand.h"
 #include "ListCommand.h"
 #include "SelectCommand.h"
@@ -103,6 +104,7 @@ int Run(int argc, char** argv) {
   const brevant::tool::GpioCommand gpio(app);
   const brevant::tool::SpiCommand spi(app);
   const brevant::tool::JtagCommand jtag(app);
+  const brevant::tool::I2cCommand i2c(app);
   const brevant::tool::FifoCommand fifo(app);
   const brevant::tool::VersionCommand version(app);
   const brevant::tool::SelectCommand select(app);
@@ -123,6 +125,7 @@ int Run(int argc, char** argv) {
     if (gpio.Chosen()) gpio.Run(log);
     if (spi.Chosen()) spi.Run(log);
     if (jtag.Chosen()) jtag.Run(log);
+    if (i2c.Chosen()) i2c.Run(log);
     if (fifo.Chosen()) fifo.Run(log);
     if (version.Chosen()) std::cout << version.Text(driver) << '\n';
     if (select.Chosen()) select.Run(log);

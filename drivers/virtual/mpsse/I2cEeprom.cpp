@@ -53,6 +53,7 @@ void I2cEeprom::End(bool stop, int64_t nowUs) {
   if (stop && !page_.empty()) {
     for (const auto& [at, byte] : page_) memory_[at] = byte;
     busyUntilUs_ = nowUs + writeCycleUs_;
+    changed_ = true;
   }
   page_.clear();
 }

@@ -10,18 +10,23 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <utility>
 #include <vector>
 
+#include "virtual/KeptImage.h"
 #include "virtual/mpsse/I2cTarget.h"
 
 namespace brevant::virt {
 
-class I2cEeprom : public I2cTarget {
+class I2cEeprom : public I2cTarget, public KeptImage {
  public:
   // Throws std::invalid_argument for a size or page size the family has not.
   I2cEeprom(uint8_t address, size_t bytes, size_t pageBytes, int64_t writeCycleUs = 5000);
 
   std::vector<uint8_t>& Memory() { return memory_; }
+  std::vector<uint8_t> Bytes() const override { return memory_; }
+  void Load(const std::vector<uint8_t>& bytes) override { memory_ = bytes; }
+  bool TakeChanged() override { return std::exchange(changed_, false); }
 
   bool Begin(bool read, int64_t nowUs) override;
   bool Take(uint8_t byte, int64_t nowUs) override;
@@ -37,6 +42,7 @@ class I2cEeprom : public I2cTarget {
   size_t pointer_ = 0;
   int addressTaken_ = 0;            // address bytes of this write so far
   std::map<size_t, uint8_t> page_;  // written, not yet programmed
+  bool changed_ = false;
 };
 
 }  // namespace brevant::virt

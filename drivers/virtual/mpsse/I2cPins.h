@@ -29,6 +29,7 @@ class I2cPins : public PinDevice {
   // Puts `target` on the bus; throws std::invalid_argument for an address
   // outside 0x08-0x77 or one already taken.
   void Add(std::shared_ptr<I2cTarget> target);
+  const std::vector<std::shared_ptr<I2cTarget>>& Targets() const { return targets_; }
   // The target at `address`, or null.
   I2cTarget* At(uint8_t address) const;
 

@@ -49,6 +49,11 @@ I2cPins& I2cOn(Channel& channel) {
   return *bus;
 }
 
+I2cPins* I2cOf(Channel& channel) {
+  auto* engine = dynamic_cast<MpsseEngine*>(channel.EngineFor(kModeMpsse));
+  return engine ? engine->Attached<I2cPins>() : nullptr;
+}
+
 void WireDefaultPeripherals(Bench& bench) {
   // A 32 Mbit flash with a well-known maker's ID: Winbond (EF), type 40, 4 MiB
   // (16), which describes itself in SFDP as such parts do.

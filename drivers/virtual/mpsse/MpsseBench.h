@@ -21,6 +21,8 @@ SpiFlash* FlashOf(Channel& channel);
 
 // The I2C bus on the channel's MPSSE pins, wired on first use.
 I2cPins& I2cOn(Channel& channel);
+// The I2C bus wired to the channel's MPSSE pins, or null.
+I2cPins* I2cOf(Channel& channel);
 
 // The default bench's peripherals: an SPI flash on device 0, a JTAG chain of two
 // TAPs on device 1, GPIO loops and LEDs on device 2, an I2C bus with an EEPROM
