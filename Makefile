@@ -55,6 +55,8 @@ demo: build
 	  '--bench benches/large-flash.json spi -d 0 jedec'
 	@$(BUILD)/brevant --bench benches/large-flash.json spi -d 0 jedec
 	$(call step,"The JTAG chain on device 1 (TAP 0 is nearest TDO)",jtag -d 1)
+	$(call step,"The I2C bus on device 4: who answers",i2c -d 4 scan)
+	$(call step,"Its temperature sensor's register 0: 0x1780 is 23.5 degrees",i2c -d 4 -f 400e3 read 0x48 0 2)
 	$(call step,"Every driver call of a command with --trace",--trace gpio -d 2 --read)
 	$(call step,"A failure: device 5 is no MPSSE channel (exit status 1)",spi -d 5 jedec || true)
 	@for e in $(BUILD)/example-*; do [ -x "$$e" ] || continue; \
