@@ -336,6 +336,37 @@ TEST_F(MpsseBatchTest, SetFrequencyPicksTheFastestClockNotAboveTheRate) {
   }
 }
 
+// Three-phase clocking is the high-speed parts', drive-zero the FT232H's alone;
+// elsewhere each is refused with nothing queued.
+TEST_F(MpsseBatchTest, PartBoundCommandsGoOnlyToPartsThatHaveThem) {
+  bench = std::make_shared<virt::Bench>();
+  bench->AddPart(virt::PartKind::kFT232H, "BV32H", 0x0111);
+  bench->AddPart(virt::PartKind::kFT2232D, "BV22D", 0x0121);
+  bench->AddPart(virt::PartKind::kFT2232H, "BV22H", 0x0131);
+  bench->AddPart(virt::PartKind::kFT4232H, "BV42H", 0x0141);
+  SetUp();
+  const struct {
+    int16_t device;
+    Bytes wire;  // of ThreePhaseClocking(true) then DriveZero(0x0103); empty where refused
+  } cases[] = {{0, {0x8C, 0x9E, 0x03, 0x01}}, {1, {}}, {3, {0x8C}}, {5, {0x8C}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.device);
+    MpsseBatch batch(Open(c.device));
+    const Error threePhase = Raised([&] { batch.ThreePhaseClocking(true); });
+    const Error driveZero = Raised([&] { batch.DriveZero(0x0103); });
+    batch.Run();
+    const auto refused = static_cast<int32_t>(errFTDIMPSSE::errParameter);
+    EXPECT_EQ(threePhase.Number(), c.wire.empty() ? refused : 0);
+    EXPECT_EQ(driveZero.Number(), c.wire.size() == 4 ? 0 : refused);
+    if (c.wire.empty()) {
+      EXPECT_TRUE(log->writes.empty());
+    } else {
+      ASSERT_EQ(log->writes.size(), 1u);
+      EXPECT_EQ(log->writes[0].first, c.wire);
+    }
+  }
+}
+
 // A failure while the batch ran by itself waits for Run; answers it would have
 // filled stay not ready, and the driver's queues are purged.
 TEST_F(MpsseBatchTest, AFailureSticksUntilRunReportsItOnce) {
