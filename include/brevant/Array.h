@@ -30,8 +30,11 @@ class Array {
   Array(std::initializer_list<T> elements) : items_(elements), allocated_(true) {}
   explicit Array(std::span<const T> elements, int32_t lowerBound = 0)
       : items_(elements.begin(), elements.end()), lower_(lowerBound), allocated_(true) {}
-  // Takes over `elements` as elements 0 on, without copying them.
-  explicit Array(std::vector<T>&& elements) : items_(std::move(elements)), allocated_(true) {}
+  // Takes over `elements` as elements `lowerBound` on, without copying them.
+  explicit Array(std::vector<T>&& elements, int32_t lowerBound = 0)
+      : items_(std::move(elements)), lower_(lowerBound), allocated_(true) {
+    CheckBounds(lowerBound, Count());
+  }
 
   bool Allocated() const { return allocated_; }
   // Both raise error 9 on an unallocated array.
@@ -80,6 +83,13 @@ class Array {
     }
     lower_ = lowerBound;
     allocated_ = true;
+  }
+  // Hands over the elements, lower bound first, and leaves the array
+  // unallocated: their storage moves, nothing is copied.
+  std::vector<T> TakeElements() {
+    std::vector<T> items = std::move(items_);
+    Erase();
+    return items;
   }
   // Back to unallocated.
   void Erase() {

@@ -54,8 +54,9 @@ class BREVANT_EXPORT MpsseBatch {
     Reply();
     // True once every read queued into it has been answered.
     bool Ready() const;
-    // What came, from element 0; kErrBatchNotRun while not ready.
-    ByteArray Data() const;
+    // What came, from element 0; kErrBatchNotRun while not ready. The bytes
+    // stay the reply's: valid while it lives and no read is added to it.
+    const ByteArray& Data() const;
     // Element 0 of Data, e.g. a port level or the bits of a TMS read; error 9
     // for a reply of no bytes.
     uint8_t Byte() const;
@@ -156,7 +157,8 @@ class BREVANT_EXPORT MpsseBatch {
   Reply QueueRead(std::vector<uint8_t>&& command, bool built, Reply into, size_t answer,
                   uint8_t bits = 0);
   void Flush();
-  static void Fill(const std::vector<Slot>& slots, const ByteArray& answer);
+  // Hands out the answer's bytes to the replies; may take `answer` over.
+  static void Fill(const std::vector<Slot>& slots, ByteArray& answer);
   // The error to raise when a marker did not come back: the refused byte and its
   // position in `command` when the answer shows them.
   static std::optional<Error> BadCommand(const std::vector<Slot>& slots, const ByteArray& answer,

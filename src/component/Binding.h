@@ -90,8 +90,7 @@ void Run(const F& f, void* self, int32_t argc, brevant_variant* args, brevant_va
       in(std::integral_constant<size_t, I>{})...};
   [[maybe_unused]] auto back = [&](auto index) {
     if (!params[index].by_ref || index >= static_cast<size_t>(argc)) return;
-    brevant_variant_clear(&args[index]);
-    Value<Bare<std::tuple_element_t<index, Args>>>::Out(args[index], std::get<index>(values));
+    Back(args[index], std::get<index>(values));
   };
   C& object = *static_cast<C*>(self);
   using R = typename Sig::Result;
@@ -109,9 +108,11 @@ void Run(const F& f, void* self, int32_t argc, brevant_variant* args, brevant_va
     // What a member stored into its by-reference arguments before it raised
     // stays stored for a C++ caller; the client gets it as well.
     (back(std::integral_constant<size_t, I>{}), ...);
+    (Recycle(std::get<I>(values)), ...);
     throw;
   }
   (back(std::integral_constant<size_t, I>{}), ...);
+  (Recycle(std::get<I>(values)), ...);
 }
 
 // The rows of class C; `self` of every call is a C.

@@ -37,6 +37,25 @@ const ClassBinding& BindingNamed(std::string_view name);
 template <class T, class = void>
 struct Value;
 
+// Gives an argument's storage back once its call is over, where its type keeps
+// some (arrays, below).
+template <class T>
+void Recycle(T& x) {
+  if constexpr (requires { Value<T>::Recycle(x); }) Value<T>::Recycle(x);
+}
+
+// How a by-reference argument goes back: cleared and written anew, unless its
+// type knows better (arrays, below).
+template <class T>
+void Back(brevant_variant& v, const T& x) {
+  if constexpr (requires { Value<T>::Back(v, x); }) {
+    Value<T>::Back(v, x);
+  } else {
+    brevant_variant_clear(&v);
+    Value<T>::Out(v, x);
+  }
+}
+
 template <class T, int32_t Type>
 struct IntegerValue {
   static constexpr int32_t kType = Type;
@@ -187,16 +206,49 @@ struct Value<Array<E>> {
       Mismatch(p, kType);
     }
     if (!a.allocated) return {};
-    Array<E> array(a.lower_bound, a.count);
-    for (int32_t i = 0; i < a.count; ++i) {
-      if constexpr (kPacked) {
-        array.Elements()[i] = static_cast<const E*>(a.data)[i];
-      } else {
-        const brevant_param_info element{p.name, Value<E>::kType, Name(), 1, 0, 0};
+    if constexpr (kPacked) {
+      // One copy, straight from the client's buffer, into storage the thread's
+      // last call gave back: a fresh buffer of that size would cost its pages'
+      // first touch on every call, more than the copy itself.
+      std::vector<E> items = std::move(Spare());
+      const auto* from = static_cast<const E*>(a.data);
+      items.assign(from, from + a.count);
+      return Array<E>(std::move(items), a.lower_bound);
+    } else {
+      Array<E> array(a.lower_bound, a.count);
+      const brevant_param_info element{p.name, Value<E>::kType, Name(), 1, 0, 0};
+      for (int32_t i = 0; i < a.count; ++i) {
         array.Elements()[i] = Value<E>::In(static_cast<const brevant_variant*>(a.data)[i], element);
       }
+      return array;
     }
-    return array;
+  }
+  // The storage of an argument whose call is over, for the next one.
+  static void Recycle(Array<E>& x) {
+    // A one-off huge buffer is not worth keeping for good.
+    constexpr size_t kKept = size_t{1} << 20;
+    if constexpr (kPacked) {
+      if (x.Elements().size_bytes() <= kKept) Spare() = x.TakeElements();
+    }
+  }
+  static std::vector<E>& Spare() {
+    thread_local std::vector<E> spare;
+    return spare;
+  }
+  // A by-reference array back into the client's variant: into the client's own
+  // buffer when the bounds stayed as they came (a read into a buffer, a write
+  // that leaves it alone), which spares a fresh allocation the size of it.
+  static void Back(brevant_variant& v, const Array<E>& x) {
+    const brevant_array& a = v.value.array;
+    if constexpr (kPacked) {
+      if (v.type == kType && a.allocated && x.Allocated() && a.lower_bound == x.LowerBound() &&
+          a.count == x.Count() && a.count > 0) {
+        std::memcpy(a.data, x.Elements().data(), static_cast<size_t>(a.count) * sizeof(E));
+        return;
+      }
+    }
+    brevant_variant_clear(&v);
+    Out(v, x);
   }
   static void Out(brevant_variant& v, const Array<E>& x) {
     v.type = kType;

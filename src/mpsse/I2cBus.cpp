@@ -145,7 +145,7 @@ ByteArray I2cBus::Transfer(uint8_t Address, std::span<const uint8_t> Out, int32_
     Stop();
   });
 
-  const ByteArray answers = acks.Data();
+  const ByteArray& answers = acks.Data();
   const std::string address = HexText(Address, 2);
   auto noAnswer = [&] {
     return Error(kErrI2cNoAnswer, kSource,
@@ -214,7 +214,7 @@ ByteArray I2cBus::Answering(uint8_t first, uint8_t last) {
       Stop();
     }
   });
-  const ByteArray answers = acks.Data();
+  const ByteArray& answers = acks.Data();
   std::vector<uint8_t> found;
   for (int address = first; address <= last; ++address) {
     if (Acknowledged(answers[address - first])) found.push_back(static_cast<uint8_t>(address));

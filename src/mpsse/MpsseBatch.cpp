@@ -43,10 +43,26 @@ Error OutOfStep() {
 }  // namespace
 
 struct MpsseBatch::Reply::State {
-  std::vector<uint8_t> bytes;
-  size_t bits = 0;  // filled so far
-  int pending = 0;  // reads queued and not yet answered
+  std::vector<uint8_t> bytes;              // while reads are pending
+  ByteArray data{std::vector<uint8_t>{}};  // once none are
+  size_t bits = 0;                         // filled so far
+  int pending = 0;                         // reads queued and not yet answered
   bool queued = false;
+
+  void Expect() {
+    if (pending++ == 0) bytes = data.TakeElements();
+  }
+  void Answered() {
+    if (--pending == 0) data = ByteArray(std::move(bytes));
+  }
+  // Takes a whole answer as it is, when it is all this reply waits for.
+  bool Adopt(ByteArray& answer) {
+    if (pending != 1 || !bytes.empty()) return false;
+    bits = static_cast<size_t>(answer.Count()) * 8;
+    data = std::move(answer);
+    pending = 0;
+    return true;
+  }
 
   // `count` bits of `value`, bit 0 first, behind those already there.
   void AppendBits(unsigned value, int count) {
@@ -71,9 +87,9 @@ bool MpsseBatch::Reply::Ready() const {
   return state_->queued && state_->pending == 0;
 }
 
-ByteArray MpsseBatch::Reply::Data() const {
+const ByteArray& MpsseBatch::Reply::Data() const {
   if (!Ready()) throw Error(kErrBatchNotRun, kSource, "Batch read not run yet");
-  return ByteArray(std::span<const uint8_t>(state_->bytes));
+  return state_->data;
 }
 
 uint8_t MpsseBatch::Reply::Byte() const {
@@ -117,7 +133,12 @@ bool MpsseBatch::Queue(std::vector<uint8_t>&& command, Slot slot) {
     answerBytes_ += slot.count;
     slots_.push_back(std::move(slot));
   }
-  commands_.insert(commands_.end(), command.begin(), command.end());
+  // A command that starts a write is that write, without a copy.
+  if (commands_.empty()) {
+    commands_ = std::move(command);
+  } else {
+    commands_.insert(commands_.end(), command.begin(), command.end());
+  }
   return true;
 }
 
@@ -126,7 +147,7 @@ MpsseBatch::Reply MpsseBatch::QueueRead(std::vector<uint8_t>&& command, bool bui
   into.state_->queued = true;
   if (!built) return into;
   // Counted even when the command is dropped, so that its reply never turns ready.
-  ++into.state_->pending;
+  into.state_->Expect();
   Queue(std::move(command), {.into = into.state_, .count = answer, .bits = bits});
   return into;
 }
@@ -299,7 +320,11 @@ void MpsseBatch::Flush() {
   Fill(slots, answer);
 }
 
-void MpsseBatch::Fill(const std::vector<Slot>& slots, const ByteArray& answer) {
+void MpsseBatch::Fill(const std::vector<Slot>& slots, ByteArray& answer) {
+  // One read of whole bytes takes the answer as it came.
+  if (slots.size() == 1 && slots[0].into && slots[0].bits == 0 && slots[0].into->Adopt(answer)) {
+    return;
+  }
   const std::span<const uint8_t> bytes = answer.FromElementZero();
   for (const Slot& slot : slots) {
     if (!slot.into) continue;
@@ -308,7 +333,7 @@ void MpsseBatch::Fill(const std::vector<Slot>& slots, const ByteArray& answer) {
     } else {
       slot.into->AppendBytes(bytes.subspan(slot.offset, slot.count));
     }
-    --slot.into->pending;
+    slot.into->Answered();
   }
 }
 
