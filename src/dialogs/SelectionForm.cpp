@@ -41,19 +41,32 @@ class EventsOff {
 SelectionForm::SelectionForm(const DialogDesign& design, const FormIdentity& identity)
     : design_(design), identity_(identity), layout_(design.Layout) {}
 
+namespace {
+
+// The automation world's "unexpected failure", for what a client's sink throws
+// that carries no number of its own.
+constexpr int32_t kErrUnexpected = static_cast<int32_t>(0x8000FFFF);
+
+}  // namespace
+
+template <class Work>
+void SelectionForm::Reporting(Work&& work) const {
+  try {
+    work();
+  } catch (const Error& e) {
+    ShowError(e);
+  } catch (const std::exception& e) {
+    ShowError(Error(kErrUnexpected, identity_.Source, e.what()));
+  } catch (...) {
+    ShowError(Error(kErrUnexpected, identity_.Source, "Unexpected failure"));
+  }
+}
+
 void SelectionForm::Load() {
   window_ = MakeDialogWindow(design_, *this);
   EventsEnabled = true;
-  try {
-    FillList();
-  } catch (const Error& e) {
-    ShowError(e);
-  }
-  try {
-    ShowSelection();
-  } catch (const Error& e) {
-    ShowError(e);
-  }
+  Reporting([this] { FillList(); });
+  Reporting([this] { ShowSelection(); });
 }
 
 void SelectionForm::Show() {
@@ -168,11 +181,7 @@ void SelectionForm::ShowError(const Error& error) const {
 
 void SelectionForm::ItemClick(int row) {
   if (!EventsEnabled) return;
-  try {
-    SelectIndex(IndexOfItem(row));
-  } catch (const Error& e) {
-    ShowError(e);
-  }
+  Reporting([this, row] { SelectIndex(IndexOfItem(row)); });
 }
 
 void SelectionForm::DblClick() {
@@ -188,13 +197,11 @@ void SelectionForm::KeyUp(int keyCode, int shift) {
 
 void SelectionForm::OKClick() {
   if (!EventsEnabled) return;
-  try {
+  Reporting([this] {
     CheckApply();
     Accepted = true;
     window_->Hide();
-  } catch (const Error& e) {
-    ShowError(e);
-  }
+  });
 }
 
 void SelectionForm::CancelClick() {
@@ -208,15 +215,18 @@ void SelectionForm::CancelClick() {
 
 void SelectionForm::RefreshClick() {
   if (!EventsEnabled) return;
-  try {
-    window_->SetMousePointer(kPointerHourglass);
-    SyncDeviceList(*DeviceList);
-    SelectFirst();
-    window_->SetMousePointer(kPointerDefault);
-  } catch (const Error& e) {
-    window_->SetMousePointer(kPointerDefault);
-    ShowError(e);
-  }
+  Reporting([this] {
+    try {
+      window_->SetMousePointer(kPointerHourglass);
+      SyncDeviceList(*DeviceList);
+      SelectFirst();
+      window_->SetMousePointer(kPointerDefault);
+    } catch (...) {
+      // The pointer is back before the box shows.
+      window_->SetMousePointer(kPointerDefault);
+      throw;
+    }
+  });
 }
 
 // Runs whatever EventsEnabled says: a resize changes no selection.

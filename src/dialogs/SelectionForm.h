@@ -88,6 +88,10 @@ class SelectionForm : public DialogEvents {
   void ClearRowSelection();
   void EnableOK();
   void ShowError(const Error& error) const;
+  // Runs an event's work and shows whatever it raises, a client sink's own
+  // exception too: nothing may leave an event handler (Qt ends the program).
+  template <class Work>
+  void Reporting(Work&& work) const;
 
   DialogDesign design_;
   FormIdentity identity_;

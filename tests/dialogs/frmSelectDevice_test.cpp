@@ -1,6 +1,9 @@
 #include "dialogs/frmSelectDevice.h"
 
+#include <stdexcept>
+
 #include "brevant/clsDeviceList.h"
+#include "brevant/icLog.h"
 #include "dialogs/FakeDialog.h"
 #include "support/Raised.h"
 
@@ -82,6 +85,30 @@ TEST_F(SelectDevice, RefreshSeesPluggingAndVanishing) {
   };
   clsDeviceList list;
   EXPECT_EQ(list.DialogSelectDevice("a", "b"), 0);
+}
+
+// A C++ sink may throw what it likes; the handler still shows it, pointer back
+// first, and the dialog stays usable.
+TEST_F(SelectDevice, ASinkThatThrowsDuringRefreshEndsInTheErrorBox) {
+  struct Throwing : icLog {
+    bool armed = false;
+    void LogEntry(int32_t, const std::string&) override {
+      if (armed) throw std::runtime_error("sink full");
+    }
+  };
+  auto sink = std::make_shared<Throwing>();
+  user = [&](FakeWindow& w) {
+    sink->armed = true;
+    w.events.RefreshClick();
+    sink->armed = false;
+    EXPECT_EQ(w.pointers, (std::vector<int>{11, 0}));
+    w.Run("ok");
+  };
+  clsDeviceList list;
+  list.Log(sink);
+  EXPECT_EQ(list.DialogSelectDevice("a", "b"), 2);
+  EXPECT_EQ(boxes,
+            std::vector<std::string>{"Error in FTDI Device Selection: ERROR !-196609: sink full"});
 }
 
 TEST_F(SelectDevice, FormWithoutSelection) {
