@@ -474,17 +474,16 @@ HRESULT ComObject::Call(int32_t slot, std::span<VARIANT* const> args, brevant_va
   }
   const int32_t status = brevant_invoke(handle_, member.dispid, member.kind,
                                         static_cast<int32_t>(values.size()), values.data(), result);
-  if (status != 0) {
-    clear();
-    return Raise(Iid(), info);
-  }
+  // What a failing member stored into its by-reference arguments before it
+  // raised reaches the client too; the error is taken before anything else runs.
+  const HRESULT raised = status != 0 ? Raise(Iid(), info) : S_OK;
   HRESULT hr = S_OK;
   for (size_t i = 0; i < args.size(); ++i) {
     if (member.params[i].by_ref && SUCCEEDED(hr))
       hr = WriteBack(values[i], member.params[i].type_name, *args[i]);
   }
   clear();
-  return hr;
+  return FAILED(raised) ? raised : hr;
 }
 
 HRESULT ComObject::CallNative(int32_t slot, const uint64_t* raw) {
