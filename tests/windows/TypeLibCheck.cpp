@@ -270,10 +270,12 @@ void CheckLibrary(ITypeLib* library) {
   Expect("library locale", Hex(expected.locale), Hex(attr->lcid));
   library->ReleaseTLibAttr(attr);
   BSTR name = nullptr, doc = nullptr, help = nullptr;
-  library->GetDocumentation(-1, &name, &doc, nullptr, &help);
+  DWORD context = 1;
+  library->GetDocumentation(-1, &name, &doc, &context, &help);
   Expect("library name", expected.name, Take(name));
   Expect("library description", expected.description, Take(doc));
-  Expect("library help file", std::string(brevant::idl::kHelpFile), Take(help));
+  Expect("library help file", expected.help_file, Take(help));
+  Expect("library help context", to_string(expected.help_context), to_string(context));
 }
 
 }  // namespace
