@@ -363,6 +363,27 @@ void OddArguments() {
   Check(calls > 0, "odd arguments to every member: " + std::to_string(calls) + " calls, no crash");
 }
 
+struct Outcome {
+  IStream* stream;
+  HRESULT result = E_FAIL;
+  DWORD thread = 0;
+};
+
+// A thread of its own apartment that calls QueueTx on the marshaled object.
+DWORD WINAPI CallFromOtherApartment(void* context) {
+  auto& out = *static_cast<Outcome*>(context);
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  _clsFTDI245FIFO* proxy = nullptr;
+  if (SUCCEEDED(CoGetInterfaceAndReleaseStream(out.stream, IID__clsFTDI245FIFO,
+                                               reinterpret_cast<void**>(&proxy)))) {
+    LONG queued = 0;
+    out.result = proxy->QueueTx(&queued);
+    proxy->Release();
+  }
+  CoUninitialize();
+  return 0;
+}
+
 // A call from another apartment travels through the automation marshaler,
 // which finds the interface by its registration and the type library.
 void OtherApartment() {
@@ -374,27 +395,8 @@ void OtherApartment() {
     if (fifo) fifo->Release();
     return Check(false, "a clsFTDI245FIFO marshaled for another apartment");
   }
-  struct Outcome {
-    IStream* stream;
-    HRESULT result = E_FAIL;
-    DWORD thread = 0;
-  } outcome{stream, E_FAIL, 0};
-  HANDLE thread = CreateThread(
-      nullptr, 0,
-      [](void* context) -> DWORD {
-        auto& out = *static_cast<Outcome*>(context);
-        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        _clsFTDI245FIFO* proxy = nullptr;
-        if (SUCCEEDED(CoGetInterfaceAndReleaseStream(out.stream, IID__clsFTDI245FIFO,
-                                                     reinterpret_cast<void**>(&proxy)))) {
-          LONG queued = 0;
-          out.result = proxy->QueueTx(&queued);
-          proxy->Release();
-        }
-        CoUninitialize();
-        return 0;
-      },
-      &outcome, 0, &outcome.thread);
+  Outcome outcome{stream, E_FAIL, 0};
+  HANDLE thread = CreateThread(nullptr, 0, CallFromOtherApartment, &outcome, 0, &outcome.thread);
   // The object's apartment serves the call while it waits.
   while (MsgWaitForMultipleObjects(1, &thread, FALSE, 10000, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
     MSG message;

@@ -68,11 +68,16 @@ HRESULT RegisterServer() {
   const brevant_library_info& library = *brevant_library();
   const std::wstring path = ModulePath();
   const std::wstring folder = path.substr(0, path.find_last_of(L"\\/"));
-  // The type library, under the neutral locale.
+  // The type library, under the neutral locale and the platform of this build.
+#ifdef _WIN64
+  constexpr wchar_t kPlatform[] = L"\\0\\win64";
+#else
+  constexpr wchar_t kPlatform[] = L"\\0\\win32";
+#endif
   const std::wstring lib =
       L"TypeLib\\" + Id(library.id) + L"\\" + Version(library.major, library.minor);
   HRESULT hr = Set(lib, nullptr, Wide(library.description));
-  if (SUCCEEDED(hr)) hr = Set(lib + L"\\0\\win64", nullptr, path);
+  if (SUCCEEDED(hr)) hr = Set(lib + kPlatform, nullptr, path);
   if (SUCCEEDED(hr)) hr = Set(lib + L"\\FLAGS", nullptr, L"0");
   if (SUCCEEDED(hr)) hr = Set(lib + L"\\HELPDIR", nullptr, folder);
   for (int32_t c = 0; c < brevant_class_count() && SUCCEEDED(hr); ++c) {
