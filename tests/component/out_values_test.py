@@ -73,10 +73,14 @@ def test_out_values(tmp_path, surface, name, action, extra, bench, expected):
         command = shlex.split(os.environ["BREVANT_COM_OUT_VALUES"])
     else:
         command = [sys.executable, __file__, surface]
-    run = subprocess.run(command + [action, str(extra)], capture_output=True, text=True,
-                         env=dict(os.environ, BREVANT_DRIVER=f"virtual:{path}"))
-    assert run.returncode == 0, run.stderr
-    assert json.loads(run.stdout) == expected
+    # Files, not pipes: the Wine server that the COM runner starts holds a pipe
+    # open for seconds after the program has ended.
+    out, err = tmp_path / "out", tmp_path / "err"
+    with out.open("w") as stdout, err.open("w") as stderr:
+        run = subprocess.run(command + [action, str(extra)], stdout=stdout, stderr=stderr,
+                             env=dict(os.environ, BREVANT_DRIVER=f"virtual:{path}"))
+    assert run.returncode == 0, err.read_text()
+    assert json.loads(out.read_text()) == expected
 
 
 # The C ABI ---------------------------------------------------------------------
