@@ -4,7 +4,8 @@
 #   make test   installs, builds, runs every test, then all of them again under
 #               AddressSanitizer + UndefinedBehaviorSanitizer
 # Also: make bench (benchmarks), make fuzz (libFuzzer, clang), make format,
-#       make windows (Brevant.dll cross-built for Windows, tested under Wine),
+#       make windows (Brevant.dll cross-built for 64- and 32-bit Windows, tested
+#       under Wine),
 #       make deb (Debian packages), make install-check (installs them and builds
 #       against them).
 
