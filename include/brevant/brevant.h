@@ -162,6 +162,10 @@ typedef struct brevant_library_info {
   int32_t minor;
   const char* description;
   int32_t locale;
+  /* Appended in 1.3: the help file a client's object browser names, and the
+     library's help context in it. */
+  const char* help_file;
+  int32_t help_context;
 } brevant_library_info;
 
 typedef struct brevant_param_info {

@@ -79,7 +79,8 @@ class RecordInfo(Structure):
 
 class LibraryInfo(Structure):
     _fields_ = [("name", c_char_p), ("id", Guid), ("major", c_int32), ("minor", c_int32),
-                ("description", c_char_p), ("locale", c_int32)]
+                ("description", c_char_p), ("locale", c_int32), ("help_file", c_char_p),
+                ("help_context", c_int32)]
 
 
 LOG_ENTRY = CFUNCTYPE(None, c_void_p, c_int32, c_char_p)

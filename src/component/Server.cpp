@@ -82,6 +82,8 @@ nlohmann::json Registration() {
             {"version", std::to_string(library.major) + "." + std::to_string(library.minor)},
             {"description", library.description},
             {"locale", 0},
+            {"help_file", library.help_file},
+            {"help_context", library.help_context},
             {"file", LibraryFile()}}},
           {"classes", classes}};
 }

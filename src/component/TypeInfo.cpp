@@ -108,8 +108,15 @@ extern "C" {
 
 BREVANT_API const brevant_library_info* brevant_library(void) {
   static constexpr brevant_library_info library{
-      "Brevant", Guid("AFA5ABAF-2CB6-4AB3-AC10-5ED462C3C0C2"), 1, 3, "Halvorn FTDI Device Library",
-      0x0409};
+      .name = "Brevant",
+      .id = Guid("AFA5ABAF-2CB6-4AB3-AC10-5ED462C3C0C2"),
+      .major = 1,
+      .minor = 3,
+      .description = "Halvorn FTDI Device Library",
+      .locale = 0x0409,
+      .help_file = "Brevant.chm",
+      .help_context = 0,
+  };
   return &library;
 }
 

@@ -111,6 +111,7 @@ TEST(Surface, RegistrationRoundTrip) {
   }
   EXPECT_NE(text.find("AFA5ABAF-2CB6-4AB3-AC10-5ED462C3C0C2"), std::string::npos);
   EXPECT_NE(text.find("libbrevant.so"), std::string::npos);
+  EXPECT_NE(text.find(R"("help_file": "Brevant.chm")"), std::string::npos);
   ASSERT_EQ(DllUnregisterServer(), 0);
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_EQ(DllUnregisterServer(), 0);

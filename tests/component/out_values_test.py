@@ -1,9 +1,11 @@
 """Out values of failing and short calls, the same through the C++ classes, the C
-ABI and the Python package.
+ABI, the Python package and the COM server.
 
 Each case runs in a process of its own on the bench it names: the C++ runner
-(brevant-out-values, named by BREVANT_OUT_VALUES), and this file run as a
-script for the C ABI (ctypes, no package class) and for Python. Each prints
+(brevant-out-values, named by BREVANT_OUT_VALUES), this file run as a script
+for the C ABI (ctypes, no package class) and for Python, and a COM client of
+Brevant.dll under Wine (the command in BREVANT_COM_OUT_VALUES, which the
+Windows build's test ComOutValues sets). Each prints
 [error number, out values...] as JSON. Run as a script: out_values_test.py
 c|python ACTION EXTRA.
 """
@@ -11,6 +13,7 @@ c|python ACTION EXTRA.
 import ctypes
 import json
 import os
+import shlex
 import subprocess
 import sys
 from ctypes import byref, c_char_p, c_int32, c_uint64
@@ -54,7 +57,7 @@ CASES = [
 ]
 
 
-@pytest.mark.parametrize("surface", ["c++", "c", "python"])
+@pytest.mark.parametrize("surface", ["c++", "c", "python", "com"])
 @pytest.mark.parametrize("name, action, extra, bench, expected", CASES,
                          ids=[case[0] for case in CASES])
 def test_out_values(tmp_path, surface, name, action, extra, bench, expected):
@@ -64,12 +67,20 @@ def test_out_values(tmp_path, surface, name, action, extra, bench, expected):
         if not os.environ.get("BREVANT_OUT_VALUES"):
             pytest.skip("BREVANT_OUT_VALUES names no C++ runner (CTest sets it)")
         command = [os.environ["BREVANT_OUT_VALUES"]]
+    elif surface == "com":
+        if not os.environ.get("BREVANT_COM_OUT_VALUES"):
+            pytest.skip("BREVANT_COM_OUT_VALUES names no COM runner (the Windows build sets it)")
+        command = shlex.split(os.environ["BREVANT_COM_OUT_VALUES"])
     else:
         command = [sys.executable, __file__, surface]
-    run = subprocess.run(command + [action, str(extra)], capture_output=True, text=True,
-                         env=dict(os.environ, BREVANT_DRIVER=f"virtual:{path}"))
-    assert run.returncode == 0, run.stderr
-    assert json.loads(run.stdout) == expected
+    # Files, not pipes: the Wine server that the COM runner starts holds a pipe
+    # open for seconds after the program has ended.
+    out, err = tmp_path / "out", tmp_path / "err"
+    with out.open("w") as stdout, err.open("w") as stderr:
+        run = subprocess.run(command + [action, str(extra)], stdout=stdout, stderr=stderr,
+                             env=dict(os.environ, BREVANT_DRIVER=f"virtual:{path}"))
+    assert run.returncode == 0, err.read_text()
+    assert json.loads(out.read_text()) == expected
 
 
 # The C ABI ---------------------------------------------------------------------

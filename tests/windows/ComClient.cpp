@@ -218,75 +218,6 @@ void LateBound() {
   fifo->Release();
 }
 
-// A record field as text, through the record's description.
-std::string Field(SAFEARRAY* records, LONG index, const wchar_t* name) {
-  IRecordInfo* info = nullptr;
-  if (!records || FAILED(SafeArrayGetRecordInfo(records, &info))) return "(no records)";
-  void* record = nullptr;
-  SafeArrayPtrOfIndex(records, &index, &record);
-  // Without a copy: a field that holds an array comes back by reference.
-  VARIANT value, text;
-  VariantInit(&value);
-  VariantInit(&text);
-  void* array = nullptr;
-  info->GetFieldNoCopy(record, name, &value, &array);
-  const VARTYPE vt = V_VT(&value) & ~VT_BYREF;
-  if ((vt & VT_ARRAY) || vt == VT_SAFEARRAY) {
-    SAFEARRAY* held = *static_cast<SAFEARRAY**>(V_BYREF(&value));
-    LONG low = 0, high = -1;
-    SafeArrayGetLBound(held, 1, &low);
-    SafeArrayGetUBound(held, 1, &high);
-    V_VT(&text) = VT_BSTR;
-    V_BSTR(&text) = SysAllocString(std::to_wstring(high - low + 1).c_str());
-  } else {
-    VariantChangeType(&text, &value, 0, VT_BSTR);
-  }
-  const std::string out = Narrow(V_BSTR(&text));
-  VariantClear(&text);
-  info->Release();
-  return out;
-}
-
-// ScanDevices and DiscernModules hand out arrays of records, one of which
-// holds an array of records itself.
-void Records() {
-  IDispatch* list = nullptr;
-  CoCreateInstance(Id(L"{4271C340-2343-40E2-9D1D-06A576EDCD98}"), nullptr, CLSCTX_INPROC_SERVER,
-                   IID_IDispatch, reinterpret_cast<void**>(&list));
-  if (!list) return Check(false, "a clsDeviceList through IDispatch");
-  VARIANT count, infos, modules, module_infos;
-  for (VARIANT* v : {&count, &infos, &modules, &module_infos}) VariantInit(v);
-  VARIANT scan[2];
-  V_VT(&scan[1]) = V_VT(&scan[0]) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&scan[1]) = &count;
-  V_VARIANTREF(&scan[0]) = &infos;
-  DISPPARAMS scan_params{scan, nullptr, 2, 0};
-  Check(list->Invoke(0x60030004, IID_NULL, 0, DISPATCH_METHOD, &scan_params, nullptr, nullptr,
-                     nullptr) == S_OK &&
-            V_VT(&infos) == (VT_ARRAY | VT_RECORD) && V_I4(&count) > 0,
-        "ScanDevices fills an array of tDeviceInfo records");
-  Check(Field(V_ARRAY(&infos), 0, L"Device") == "2" &&
-            Field(V_ARRAY(&infos), 0, L"Description") == "Single RS232-HS",
-        "the first device by location is device 2, a Single RS232-HS");
-  VARIANT discern[4];
-  V_VT(&discern[3]) = VT_I4;
-  V_I4(&discern[3]) = V_I4(&count);
-  V_VT(&discern[2]) = V_VT(&discern[1]) = V_VT(&discern[0]) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&discern[2]) = &infos;
-  V_VARIANTREF(&discern[1]) = &modules;
-  V_VARIANTREF(&discern[0]) = &module_infos;
-  DISPPARAMS discern_params{discern, nullptr, 4, 0};
-  Check(list->Invoke(0x60030005, IID_NULL, 0, DISPATCH_METHOD, &discern_params, nullptr, nullptr,
-                     nullptr) == S_OK &&
-            V_VT(&module_infos) == (VT_ARRAY | VT_RECORD),
-        "DiscernModules takes the records back and gives tModuleInfo records");
-  Check(Field(V_ARRAY(&module_infos), 0, L"DeviceInfos") ==
-            Field(V_ARRAY(&module_infos), 0, L"DeviceCount"),
-        "a module's records hold its DeviceCount devices' records");
-  for (VARIANT* v : {&count, &infos, &modules, &module_infos}) VariantClear(v);
-  list->Release();
-}
-
 void Creation() {
   IUnknown* object = nullptr;
   for (const CLSID* id : {&CLSID_clsFTDIMPSSEPortIO, &CLSID_icLog}) {
@@ -432,6 +363,27 @@ void OddArguments() {
   Check(calls > 0, "odd arguments to every member: " + std::to_string(calls) + " calls, no crash");
 }
 
+struct Outcome {
+  IStream* stream;
+  HRESULT result = E_FAIL;
+  DWORD thread = 0;
+};
+
+// A thread of its own apartment that calls QueueTx on the marshaled object.
+DWORD WINAPI CallFromOtherApartment(void* context) {
+  auto& out = *static_cast<Outcome*>(context);
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  _clsFTDI245FIFO* proxy = nullptr;
+  if (SUCCEEDED(CoGetInterfaceAndReleaseStream(out.stream, IID__clsFTDI245FIFO,
+                                               reinterpret_cast<void**>(&proxy)))) {
+    LONG queued = 0;
+    out.result = proxy->QueueTx(&queued);
+    proxy->Release();
+  }
+  CoUninitialize();
+  return 0;
+}
+
 // A call from another apartment travels through the automation marshaler,
 // which finds the interface by its registration and the type library.
 void OtherApartment() {
@@ -443,27 +395,8 @@ void OtherApartment() {
     if (fifo) fifo->Release();
     return Check(false, "a clsFTDI245FIFO marshaled for another apartment");
   }
-  struct Outcome {
-    IStream* stream;
-    HRESULT result = E_FAIL;
-    DWORD thread = 0;
-  } outcome{stream, E_FAIL, 0};
-  HANDLE thread = CreateThread(
-      nullptr, 0,
-      [](void* context) -> DWORD {
-        auto& out = *static_cast<Outcome*>(context);
-        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        _clsFTDI245FIFO* proxy = nullptr;
-        if (SUCCEEDED(CoGetInterfaceAndReleaseStream(out.stream, IID__clsFTDI245FIFO,
-                                                     reinterpret_cast<void**>(&proxy)))) {
-          LONG queued = 0;
-          out.result = proxy->QueueTx(&queued);
-          proxy->Release();
-        }
-        CoUninitialize();
-        return 0;
-      },
-      &outcome, 0, &outcome.thread);
+  Outcome outcome{stream, E_FAIL, 0};
+  HANDLE thread = CreateThread(nullptr, 0, CallFromOtherApartment, &outcome, 0, &outcome.thread);
   // The object's apartment serves the call while it waits.
   while (MsgWaitForMultipleObjects(1, &thread, FALSE, 10000, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
     MSG message;
@@ -494,7 +427,6 @@ int main() {
   Creation();
   EarlyBound();
   LateBound();
-  Records();
   Version();
   OddArguments();
   OtherApartment();

@@ -1,6 +1,8 @@
-// TypeLibCheck <Brevant.tlb or Brevant.dll>: reads the type library back through
-// the platform's loader and compares it with the C ABI's tables, which dispatch
-// runs on. Prints one line per difference and exits 1, or a summary and exits 0.
+// TypeLibCheck <Brevant.tlb or Brevant.dll> [win32|win64]: reads the type
+// library back through the platform's loader and compares it with the C ABI's
+// tables, which dispatch runs on. The platform it must be made for is this
+// program's own unless named: a 64-bit check reads the 32-bit DLL's too.
+// Prints one line per difference and exits 1, or a summary and exits 0.
 
 // windows.h first: oleauto.h builds on it.
 #include <windows.h>
@@ -155,6 +157,8 @@ void CheckFunction(ITypeInfo* info, int index, const brevant_member_info& m, boo
   Expect(what + " name", m.name, Name(info, f->memid));
   Expect(what + " dispatch id", Hex(m.dispid), Hex(f->memid));
   Expect(what + " invoke kind", to_string(invoke), to_string(f->invkind));
+  // The loader gives the offsets in this program's pointers, whatever the
+  // platform the library was made for.
   Expect(what + " vtable offset", to_string((7 + index) * sizeof(void*)), to_string(f->oVft));
   Expect(what + " result", "HRESULT", Spell(f->elemdescFunc.tdesc, info));
   Expect(what + " parameter count", to_string(m.param_count + retval), to_string(f->cParams));
@@ -260,27 +264,31 @@ void CheckVariables(ITypeLib* library, const std::string& name, TYPEKIND kind,
   }
 }
 
-void CheckLibrary(ITypeLib* library) {
+void CheckLibrary(ITypeLib* library, SYSKIND platform) {
   const brevant_library_info& expected = *brevant_library();
   TLIBATTR* attr = nullptr;
   library->GetLibAttr(&attr);
+  Expect("library platform", to_string(platform), to_string(attr->syskind));
   Expect("library identifier", Text(expected.id), Text(attr->guid));
   Expect("library version", Version(expected.major, expected.minor),
          Version(attr->wMajorVerNum, attr->wMinorVerNum));
   Expect("library locale", Hex(expected.locale), Hex(attr->lcid));
   library->ReleaseTLibAttr(attr);
   BSTR name = nullptr, doc = nullptr, help = nullptr;
-  library->GetDocumentation(-1, &name, &doc, nullptr, &help);
+  DWORD context = 1;
+  library->GetDocumentation(-1, &name, &doc, &context, &help);
   Expect("library name", expected.name, Take(name));
   Expect("library description", expected.description, Take(doc));
-  Expect("library help file", std::string(brevant::idl::kHelpFile), Take(help));
+  Expect("library help file", expected.help_file, Take(help));
+  Expect("library help context", to_string(expected.help_context), to_string(context));
 }
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: TypeLibCheck <Brevant.tlb or Brevant.dll>\n");
+  const std::wstring platform = argc == 3 ? argv[2] : sizeof(void*) == 8 ? L"win64" : L"win32";
+  if (argc < 2 || argc > 3 || (platform != L"win32" && platform != L"win64")) {
+    std::fprintf(stderr, "usage: TypeLibCheck <Brevant.tlb or Brevant.dll> [win32|win64]\n");
     return 2;
   }
   const std::string path = Take(SysAllocString(argv[1]));
@@ -289,7 +297,7 @@ int wmain(int argc, wchar_t** argv) {
     std::printf("%s: cannot load, status %s\n", path.c_str(), Hex(hr).c_str());
     return 1;
   }
-  CheckLibrary(library.Get());
+  CheckLibrary(library.Get(), platform == L"win64" ? SYS_WIN64 : SYS_WIN32);
   int functions = 0, aliases = 0;
   for (int32_t i = 0; i < brevant_class_count(); ++i) {
     functions += CheckClass(library.Get(), i);

@@ -1,14 +1,12 @@
-// What the type library holds beyond the C ABI's tables: the help file, and the
-// identifiers that records need for automation (VT_RECORD) but that no client
-// ever published. Fixed once; changing one breaks clients that stored it.
+// What the type library holds beyond the C ABI's tables: the identifiers that
+// records need for automation (VT_RECORD) but that no client ever published.
+// Fixed once; changing one breaks clients that stored it.
 #pragma once
 
 #include <array>
 #include <string_view>
 
 namespace brevant::idl {
-
-inline constexpr std::string_view kHelpFile = "Brevant.chm";
 
 struct RecordId {
   std::string_view name;

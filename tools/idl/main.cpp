@@ -12,7 +12,6 @@
 
 namespace {
 
-using brevant::idl::kHelpFile;
 using brevant::idl::kRecordIds;
 
 std::string GuidText(const brevant_guid& id) {
@@ -142,9 +141,11 @@ int main() {
   // For the automation types (BSTR, VARIANT_BOOL, SAFEARRAY); nothing of it
   // lands in the type library.
   std::printf("import \"oaidl.idl\";\n\n");
-  std::printf("[\n    uuid(%s),\n    %s,\n    helpstring(\"%s\"),\n    helpfile(\"%.*s\"),\n",
-              GuidText(library->id).c_str(), Version(library->major, library->minor).c_str(),
-              library->description, static_cast<int>(kHelpFile.size()), kHelpFile.data());
+  std::printf(
+      "[\n    uuid(%s),\n    %s,\n    helpstring(\"%s\"),\n    helpfile(\"%s\"),\n"
+      "    helpcontext(%d),\n",
+      GuidText(library->id).c_str(), Version(library->major, library->minor).c_str(),
+      library->description, library->help_file, library->help_context);
   std::printf("    lcid(0x%04X)\n]\nlibrary %s\n{\n    importlib(\"stdole2.tlb\");\n\n",
               static_cast<unsigned>(library->locale), library->name);
   for (int32_t i = 0; i < brevant_class_count(); ++i) {

@@ -19,9 +19,6 @@ namespace brevant::com {
 namespace {
 
 static_assert(sizeof(GUID) == sizeof(brevant_guid));
-// The vtable thunks read their arguments by the x64 convention, where every
-// argument takes one 8-byte place whatever its type.
-static_assert(sizeof(void*) == 8, "the member thunks are written for 64-bit Windows");
 
 const GUID& AsGuid(const brevant_guid& id) {
   return *reinterpret_cast<const GUID*>(&id);
@@ -68,6 +65,19 @@ HRESULT STDMETHODCALLTYPE InvokeEntry(ComObject* self, DISPID id, REFIID, LCID, 
 }
 
 using Raw = uint64_t;
+
+// One thunk per slot position is made at compile time, so a class can have at
+// most this many members; SlotLimitProblem keeps a larger one from being served.
+constexpr int32_t kMaxSlots = 64;
+constexpr int32_t kMaxNativeArguments = 11;
+using AnyFunction = void (*)();
+
+bool IsDouble(const brevant_param_info& param) {
+  return param.type == BREVANT_R8 && !param.by_ref;
+}
+
+#ifdef _WIN64
+
 template <class T>
 Raw Bits(T value) {
   if constexpr (std::is_same_v<T, double>) {
@@ -87,15 +97,12 @@ HRESULT STDMETHODCALLTYPE SlotEntry(ComObject* self, A1 a1, A2 a2, A3 a3, Raw a4
   return self->CallNative(Slot, raw);
 }
 
-// One thunk per slot position is made at compile time, so a class can have at
-// most this many members; SlotLimitProblem keeps a larger one from being served.
-constexpr int32_t kMaxSlots = 64;
-constexpr int32_t kMaxNativeArguments = 11;
-using AnyFunction = void (*)();
-using Patterns = std::array<AnyFunction, 8>;
+// A slot's thunk is chosen by which of its first three arguments are doubles.
+constexpr int32_t kShapes = 8;
+using Shapes = std::array<AnyFunction, kShapes>;
 
 template <int32_t Slot>
-Patterns SlotPatterns() {
+Shapes SlotShapes() {
   using R = Raw;
   using D = double;
   return {reinterpret_cast<AnyFunction>(&SlotEntry<Slot, R, R, R>),
@@ -108,19 +115,78 @@ Patterns SlotPatterns() {
           reinterpret_cast<AnyFunction>(&SlotEntry<Slot, D, D, D>)};
 }
 
-template <int32_t... S>
-std::array<Patterns, sizeof...(S)> AllSlots(std::integer_sequence<int32_t, S...>) {
-  return {SlotPatterns<S>()...};
+int32_t Shape(const brevant_member_info& member) {
+  int32_t shape = 0;
+  for (int32_t i = 0; i < member.param_count && i < 3; ++i) {
+    if (IsDouble(member.params[i])) shape |= 1 << i;
+  }
+  return shape;
 }
 
-// Which of the first three native arguments of `member` are doubles.
-int Pattern(const brevant_member_info& member) {
-  int pattern = 0;
-  for (int32_t i = 0; i < member.param_count && i < 3; ++i) {
-    const brevant_param_info& p = member.params[i];
-    if (p.type == BREVANT_R8 && !p.by_ref) pattern |= 1 << i;
+#else
+
+// stdcall: every argument is on the stack in 4-byte words, a double in two,
+// and the callee removes them, so a thunk must know how many words its slot
+// takes. One is made for each slot and each count of words.
+constexpr int32_t kShapes = 2 * kMaxNativeArguments + 1;
+using Shapes = std::array<AnyFunction, kShapes>;
+
+template <size_t Count>
+struct Words {
+  uint32_t word[Count];
+};
+
+// The native arguments as the 64-bit places that CallNative reads.
+HRESULT CallFromStack(ComObject* self, int32_t slot, const uint32_t* words) {
+  const brevant_member_info& member = *brevant_slot_at(self->ClassIndex(), slot);
+  const int32_t places = member.param_count + (member.result.type != BREVANT_EMPTY ? 1 : 0);
+  Raw raw[kMaxNativeArguments] = {};
+  for (int32_t i = 0, w = 0; i < places && i < kMaxNativeArguments; ++i) {
+    const bool wide = i < member.param_count && IsDouble(member.params[i]);
+    raw[i] = words[w] | (wide ? Raw{words[w + 1]} << 32 : 0);
+    w += wide ? 2 : 1;
   }
-  return pattern;
+  return self->CallNative(slot, raw);
+}
+
+template <int32_t Slot, size_t Count>
+HRESULT STDMETHODCALLTYPE SlotEntry(ComObject* self, Words<Count> words) {
+  return CallFromStack(self, Slot, words.word);
+}
+
+template <int32_t Slot>
+HRESULT STDMETHODCALLTYPE SlotEntryWithoutArguments(ComObject* self) {
+  return CallFromStack(self, Slot, nullptr);
+}
+
+template <int32_t Slot, size_t Count>
+AnyFunction Entry() {
+  if constexpr (Count == 0) {
+    return reinterpret_cast<AnyFunction>(&SlotEntryWithoutArguments<Slot>);
+  } else {
+    return reinterpret_cast<AnyFunction>(&SlotEntry<Slot, Count>);
+  }
+}
+
+template <int32_t Slot>
+Shapes SlotShapes() {
+  return []<size_t... Count>(std::index_sequence<Count...>) {
+    return Shapes{Entry<Slot, Count>()...};
+  }
+  (std::make_index_sequence<kShapes>{});
+}
+
+int32_t Shape(const brevant_member_info& member) {
+  int32_t words = member.result.type != BREVANT_EMPTY ? 1 : 0;
+  for (int32_t i = 0; i < member.param_count; ++i) words += IsDouble(member.params[i]) ? 2 : 1;
+  return words;
+}
+
+#endif
+
+template <int32_t... S>
+std::array<Shapes, sizeof...(S)> AllSlots(std::integer_sequence<int32_t, S...>) {
+  return {SlotShapes<S>()...};
 }
 
 // The class's vtable: IDispatch, then one thunk per slot. Made once per class.
@@ -140,7 +206,9 @@ void* const* VtableOf(int32_t class_index) {
                reinterpret_cast<void*>(&InvokeEntry)};
       const int32_t count = brevant_class_at(c)->slot_count;
       for (int32_t s = 0; s < count; ++s) {
-        table.push_back(reinterpret_cast<void*>(slots.at(s)[Pattern(*brevant_slot_at(c, s))]));
+        const int32_t shape = Shape(*brevant_slot_at(c, s));
+        // SlotLimitProblem refuses a member without a thunk of its shape.
+        table.push_back(shape < kShapes ? reinterpret_cast<void*>(slots.at(s)[shape]) : nullptr);
       }
     }
   });
@@ -213,7 +281,7 @@ bool Borrow(const brevant_param_info& param, Raw raw, VARIANT& out) {
   if (vt == VT_EMPTY) return false;
   V_VT(&out) = vt;
   if (vt & VT_BYREF) {
-    V_BYREF(&out) = reinterpret_cast<void*>(raw);
+    V_BYREF(&out) = reinterpret_cast<void*>(static_cast<uintptr_t>(raw));
     return V_BYREF(&out) != nullptr;
   }
   switch (vt) {
@@ -227,7 +295,7 @@ bool Borrow(const brevant_param_info& param, Raw raw, VARIANT& out) {
       V_R8(&out) = std::bit_cast<double>(raw);
       break;
     case VT_BSTR:
-      V_BSTR(&out) = reinterpret_cast<BSTR>(raw);
+      V_BSTR(&out) = reinterpret_cast<BSTR>(static_cast<uintptr_t>(raw));
       break;
     case VT_BOOL:
       V_BOOL(&out) = static_cast<VARIANT_BOOL>(raw);
@@ -236,7 +304,7 @@ bool Borrow(const brevant_param_info& param, Raw raw, VARIANT& out) {
       V_UI1(&out) = static_cast<BYTE>(raw);
       break;
     case VT_DISPATCH:
-      V_DISPATCH(&out) = reinterpret_cast<IDispatch*>(raw);
+      V_DISPATCH(&out) = reinterpret_cast<IDispatch*>(static_cast<uintptr_t>(raw));
       break;
   }
   return true;
@@ -251,8 +319,11 @@ size_t NativeSize(VARTYPE vt) {
       return 2;
     case VT_I4:
       return 4;
-    default:
+    case VT_R8:
       return 8;
+    default:
+      // A string, an object or an array: a pointer.
+      return sizeof(void*);
   }
 }
 
@@ -308,6 +379,14 @@ std::string ComObject::SlotLimitProblem() {
       return std::string(info.name) + " has " + std::to_string(info.slot_count) +
              " members, more than the " + std::to_string(kMaxSlots) +
              " that a vtable of this build can hold (kMaxSlots in ComObject.cpp)";
+    }
+    for (int32_t s = 0; s < info.slot_count; ++s) {
+      const brevant_member_info& member = *brevant_slot_at(c, s);
+      if (Shape(member) >= kShapes) {
+        return std::string(info.name) + "." + member.name +
+               " takes more arguments than a vtable thunk of this build can (kMaxNativeArguments "
+               "in ComObject.cpp)";
+      }
     }
   }
   return {};
@@ -474,17 +553,16 @@ HRESULT ComObject::Call(int32_t slot, std::span<VARIANT* const> args, brevant_va
   }
   const int32_t status = brevant_invoke(handle_, member.dispid, member.kind,
                                         static_cast<int32_t>(values.size()), values.data(), result);
-  if (status != 0) {
-    clear();
-    return Raise(Iid(), info);
-  }
+  // What a failing member stored into its by-reference arguments before it
+  // raised reaches the client too; the error is taken before anything else runs.
+  const HRESULT raised = status != 0 ? Raise(Iid(), info) : S_OK;
   HRESULT hr = S_OK;
   for (size_t i = 0; i < args.size(); ++i) {
     if (member.params[i].by_ref && SUCCEEDED(hr))
       hr = WriteBack(values[i], member.params[i].type_name, *args[i]);
   }
   clear();
-  return hr;
+  return FAILED(raised) ? raised : hr;
 }
 
 HRESULT ComObject::CallNative(int32_t slot, const uint64_t* raw) {

@@ -4,7 +4,8 @@
 // through the library's late-bound entry, so the two cannot disagree.
 //
 // The vtables are built at run time from the type information, one per class;
-// each member slot is a small thunk that collects its native arguments.
+// each member slot is a small thunk that collects its native arguments by the
+// calling convention of the build: x64, or stdcall on 32-bit Windows.
 #pragma once
 
 #include <windows.h>
@@ -32,6 +33,8 @@ class ComObject {
   static std::string SlotLimitProblem();
 
   brevant_object Handle() const { return handle_; }
+  // The index of the object's class for brevant_class_at.
+  int32_t ClassIndex() const { return class_; }
   ULONG AddRef();
   ULONG Release();
   HRESULT QueryInterface(REFIID iid, void** out);
@@ -39,7 +42,8 @@ class ComObject {
   HRESULT GetIDsOfNames(LPOLESTR* names, UINT count, DISPID* ids);
   HRESULT Invoke(DISPID id, WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO* info,
                  UINT* bad_argument);
-  // A member slot called through the vtable; `raw` are its native arguments.
+  // A member slot called through the vtable; `raw` are its native arguments,
+  // each widened to 64 bits.
   HRESULT CallNative(int32_t slot, const uint64_t* raw);
   bool SupportsErrorInfo(REFIID iid) const;
 
