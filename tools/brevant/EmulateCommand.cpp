@@ -44,7 +44,8 @@ EmulateCommand::EmulateCommand(CLI::App& app) {
   command_->prefix_command();
 }
 
-void EmulateCommand::Run(const std::string& driver, const std::string& state) const {
+void EmulateCommand::Run(const std::string& driver, const std::string& state,
+                         const std::string& vcd) const {
   if (!driver.empty() && driver != "virtual" && !driver.starts_with(kVirtualFile)) {
     throw ToolError("emulate serves the virtual bench; --driver " + driver + " cannot be emulated",
                     ExitStatus::kUsage);
@@ -55,6 +56,7 @@ void EmulateCommand::Run(const std::string& driver, const std::string& state) co
     words.insert(words.end(), {"--bench", driver.substr(sizeof kVirtualFile - 1)});
   }
   if (!state.empty()) words.insert(words.end(), {"--state", state});
+  if (!vcd.empty()) words.insert(words.end(), {"--vcd", vcd});
   words.push_back("--");
   words.insert(words.end(), program_.begin(), program_.end());
   for (const std::string& extra : command_->remaining()) words.push_back(extra);
