@@ -11,6 +11,8 @@
 //   brevant list --driver libftdi             the chips on this machine, through libftdi
 //   brevant emulate -- flashrom -p ft2232_spi:type=2232H,port=A
 //                                             the bench as USB devices for other tools
+//   brevant --vcd t.vcd spi -d 0 jedec        every pin change of the bench, recorded
+//   brevant wave t.vcd --png t.png            and drawn
 //
 // Exit status: 0 done; 1 a library error (printed as the library shows it to a
 // person, "ERROR !6102: Device not opened"), or a failure of the tool's own; 2
@@ -37,6 +39,7 @@
 #include "ToolError.h"
 #include "TraceLog.h"
 #include "VersionCommand.h"
+#include "WaveCommand.h"
 #include "brevant/Driver.h"
 #include "brevant/Error.h"
 
@@ -116,6 +119,7 @@ int Run(int argc, char** argv) {
   const brevant::tool::VersionCommand version(app);
   const brevant::tool::SelectCommand select(app);
   const brevant::tool::EmulateCommand emulate(app);
+  const brevant::tool::WaveCommand wave(app);
   // Added last, so that its callback sees --driver and --bench already set.
   app.set_version_flag(
       "--version", [&] { return version.Text(driver); },
@@ -125,6 +129,7 @@ int Run(int argc, char** argv) {
     app.parse(argc, argv);
     // The emulator keeps the state itself, in its own process.
     if (emulate.Chosen()) emulate.Run(driver, state, vcd);
+    if (wave.Chosen()) wave.Run();
     if (!state.empty()) SetForBench("BREVANT_BENCH_STATE", state,
                                   "--state keeps the virtual bench's flash memories", driver);
     if (!vcd.empty()) SetForBench("BREVANT_BENCH_VCD", vcd, "--vcd records the virtual bench's pins", driver);
