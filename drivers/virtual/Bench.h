@@ -94,8 +94,6 @@ class Bench {
   // Recording costs nothing while it is off; while it is on, transfers take the
   // engines' bit-by-bit path, which gives the same results.
   Recording& Record(const std::vector<int>& devices = {});
-  // The recording, or null when nothing records.
-  const Recording* Recorded() const { return recording_.get(); }
   // Records, and has SaveRecording write the Value Change Dump to `path`.
   // Throws StateError when no file can be made there.
   void RecordTo(const std::string& path, const std::vector<int>& devices = {});

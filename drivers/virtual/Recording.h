@@ -24,7 +24,6 @@ namespace brevant::virt {
 class Recording {
  public:
   std::shared_ptr<PinRecorder> Add(std::string scope, std::vector<std::string> pins);
-  const std::vector<std::shared_ptr<PinRecorder>>& Recorders() const { return recorders_; }
 
   // The VCD of every recorder that saw a change after its first levels, ending
   // at `endNs` or just after the last change, whichever is later.

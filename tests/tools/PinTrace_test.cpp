@@ -38,6 +38,7 @@ class PinTrace : public ToolFolder, public ::testing::WithParamInterface<Rate> {
   }
 };
 
+using PinTraceFolder = ToolFolder;
 using SpiRead = PinTrace;
 using JtagScan = PinTrace;
 using I2cRead = PinTrace;
@@ -91,6 +92,22 @@ TEST_P(I2cRead, SeesAddressAcknowledgesAndData) {
                                       "Address read: 48", "ACK", "Data read: 17", "ACK",
                                       "Data read: 80", "NACK", "Stop"}));
   ExpectClock(vcd);
+}
+
+// The picture of a trace is a PNG; a window that ends before it starts is a
+// usage error, before anything is drawn.
+TEST_F(PinTraceFolder, WaveDrawsATraceAndRefusesAnEmptyWindow) {
+#ifndef BREVANT_WAVE
+  GTEST_SKIP() << "brevant-wave is built with Qt 6 only";
+#endif
+  ASSERT_EQ(RunTool(dir_, "--driver virtual --vcd trace.vcd spi -d 0 jedec").status, 0);
+  const ToolRun drawn = RunTool(dir_, "wave trace.vcd --png t.png --spi --signals CS,SK,DO,DI");
+  EXPECT_EQ(drawn.status, 0) << drawn.err;
+  EXPECT_TRUE(Slurp(dir_ / "t.png").starts_with("\x89PNG\r\n")) << drawn.err;
+  const ToolRun refused = RunTool(dir_, "wave trace.vcd --png u.png --from 5ms --to 1ms");
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.err.find("--to must lie after --from"), std::string::npos) << refused.err;
+  EXPECT_FALSE(fs::exists(dir_ / "u.png"));
 }
 
 std::string RateName(const ::testing::TestParamInfo<Rate>& info) {
