@@ -12,7 +12,7 @@
 PACKAGES := cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
   nlohmann-json3-dev libcli11-dev libftdi1-dev libusb-1.0-0-dev umockdev libumockdev-dev \
   qt6-base-dev libxcb1-dev fonts-dejavu-core python3-pytest python3-setuptools python3-wheel \
-  python3-venv help2man bash-completion flashrom openocd
+  python3-venv help2man bash-completion flashrom openocd sigrok-cli
 BUILD := build
 ASAN_BUILD := build-asan
 JOBS := $(shell nproc 2>/dev/null || echo 2)

@@ -50,14 +50,14 @@ std::shared_ptr<Ftd2xx> MakeLibftdi() {
 }
 
 // BREVANT_BENCH_STATE names a directory where the bench keeps its chips'
-// memories, so that consecutive processes see one board.
+// memories, so that consecutive processes see one board; BREVANT_BENCH_VCD a
+// file that receives every pin change of its channels.
 std::shared_ptr<Ftd2xx> MakeVirtual(std::shared_ptr<virt::Bench> bench) {
-  if (const char* directory = Setting("BREVANT_BENCH_STATE")) {
-    try {
-      bench->KeepMemories(directory);
-    } catch (const virt::StateError& e) {
-      throw DriverUnavailable(e.what());
-    }
+  try {
+    if (const char* directory = Setting("BREVANT_BENCH_STATE")) bench->KeepMemories(directory);
+    if (const char* trace = Setting("BREVANT_BENCH_VCD")) bench->RecordTo(trace);
+  } catch (const virt::StateError& e) {
+    throw DriverUnavailable(e.what());
   }
   return std::make_shared<virt::VirtualDriver>(std::move(bench));
 }

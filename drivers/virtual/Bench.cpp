@@ -4,10 +4,12 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <stdexcept>
 
 #include "virtual/BitBangEngine.h"
+#include "virtual/StateFile.h"
 #include "virtual/mpsse/I2cEeprom.h"
 #include "virtual/mpsse/MpsseBench.h"
 
@@ -16,6 +18,8 @@ namespace brevant::virt {
 namespace {
 
 constexpr uint8_t kSyncBitBangMode = 4;
+constexpr uint8_t kMpsseMode = 2;
+constexpr int64_t kNsPerUs = 1000;
 // A microframe: the least transfer time of a high-speed part.
 constexpr int64_t kHighSpeedTransferUs = 125;
 
@@ -146,6 +150,47 @@ bool Bench::SaveMemories() {
   for (FlashFile& memory : memories_) saved = memory.Save() && saved;
   for (EepromFile& eeprom : eeproms_) saved = eeprom.Save() && saved;
   return saved;
+}
+
+Recording& Bench::Record(const std::vector<int>& devices) {
+  if (!recording_) recording_ = std::make_unique<Recording>();
+  std::vector<int> chosen = devices;
+  if (chosen.empty()) {
+    for (int index = 0; index < DeviceCount(); ++index) chosen.push_back(index);
+  }
+  for (const int index : chosen) {
+    Channel& channel = Device(index);
+    if (std::find(recorded_.begin(), recorded_.end(), &channel) != recorded_.end()) continue;
+    recorded_.push_back(&channel);
+    const std::string& serial = channel.Identity().serialNumber;
+    const std::string scope = IsSafeFileName(serial) ? serial : "device" + std::to_string(index);
+    if (auto* mpsse = dynamic_cast<MpsseEngine*>(channel.EngineFor(kMpsseMode))) {
+      mpsse->RecordTo(recording_->Add(scope, mpsse->PinNames()), clock_.Now());
+    }
+    if (auto* bitBang = dynamic_cast<BitBangEngine*>(channel.EngineFor(kSyncBitBangMode))) {
+      bitBang->RecordTo(recording_->Add(scope, {"D0", "D1", "D2", "D3", "D4", "D5", "D6", "D7"}),
+                        clock_.Now());
+    }
+  }
+  return *recording_;
+}
+
+void Bench::RecordTo(const std::string& path, const std::vector<int>& devices) {
+  // Tried now, so that a path that cannot serve fails before anything runs; a
+  // file already there stays as it is until the recording replaces it.
+  const std::string trial = path + ".new";
+  if (!std::ofstream(trial, std::ios::binary)) throw StateError(path + ": cannot write the file");
+  std::error_code error;
+  std::filesystem::remove(trial, error);
+  recordPath_ = path;
+  Record(devices);
+}
+
+bool Bench::SaveRecording() {
+  if (recordPath_.empty()) return true;
+  return ReplaceFile(recordPath_, [this](std::ostream& out) {
+    recording_->WriteVcd(out, clock_.Now() * kNsPerUs);
+  });
 }
 
 std::shared_ptr<Bench> MakeDefaultBench() {

@@ -20,6 +20,7 @@
 #include "virtual/EepromFile.h"
 #include "virtual/FaultPlan.h"
 #include "virtual/FlashFile.h"
+#include "virtual/Recording.h"
 #include "virtual/VirtualClock.h"
 
 namespace brevant::virt {
@@ -86,12 +87,29 @@ class Bench {
   // driver calls it after every call that can change a memory.
   bool SaveMemories();
 
+  // Records every pin change of the channels at list positions `devices` (all
+  // when empty) from now on: the MPSSE pins as SK, DO, DI, CS, GPIOL0-3,
+  // GPIOH0-7, the bit-bang pins as D0-D7, in a scope named after the channel's
+  // serial number. Recording again adds the channels not yet recorded.
+  // Recording costs nothing while it is off; while it is on, transfers take the
+  // engines' bit-by-bit path, which gives the same results.
+  Recording& Record(const std::vector<int>& devices = {});
+  // Records, and has SaveRecording write the Value Change Dump to `path`.
+  // Throws StateError when no file can be made there.
+  void RecordTo(const std::string& path, const std::vector<int>& devices = {});
+  // Writes the file named in RecordTo whole, up to the virtual time now; true
+  // when there is none. The driver calls it whenever its last open handle closes.
+  bool SaveRecording();
+
  private:
   VirtualClock clock_;
   FaultPlan faults_;
   std::vector<std::shared_ptr<Channel>> devices_;
   std::vector<FlashFile> memories_;
   std::vector<EepromFile> eeproms_;
+  std::unique_ptr<Recording> recording_;
+  std::vector<const Channel*> recorded_;
+  std::string recordPath_;
 };
 
 // The built-in bench: a two-channel, a one-channel and a four-channel high-speed

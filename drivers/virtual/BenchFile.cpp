@@ -342,8 +342,33 @@ class Reader {
     }
   }
 
+  // {"vcd": "trace.vcd", "devices": [0, 1]}: the pins of these devices (all
+  // when left out) recorded into the file.
+  void Recording(const json& entry, Bench& bench) const {
+    const std::string place = "record";
+    Keys(entry, place, {"vcd", "devices"});
+    const std::string path = Text(Required(entry, place, "vcd"), place + ".vcd");
+    if (path.empty()) Fail(place + ".vcd", "expected the name of a file");
+    std::vector<int> devices;
+    if (entry.contains("devices")) {
+      const json& list = entry.at("devices");
+      if (!list.is_array() || list.empty()) Fail(place + ".devices", "expected a list of devices");
+      if (bench.DeviceCount() == 0) Fail(place + ".devices", "the bench has no devices");
+      for (size_t i = 0; i < list.size(); ++i) {
+        devices.push_back(static_cast<int>(
+            Number(list[i], place + ".devices[" + std::to_string(i) + "]", 0,
+                   static_cast<uint64_t>(bench.DeviceCount() - 1))));
+      }
+    }
+    try {
+      bench.RecordTo(path, devices);
+    } catch (const StateError& e) {
+      Fail(place + ".vcd", e.what());
+    }
+  }
+
   std::shared_ptr<Bench> Read(const json& root) const {
-    Keys(root, "top level", {"devices", "wiring", "faults"});
+    Keys(root, "top level", {"devices", "wiring", "faults", "record"});
     const json& devices = Required(root, "top level", "devices");
     if (!devices.is_array()) Fail("devices", "expected a list");
     auto bench = std::make_shared<Bench>();
@@ -372,6 +397,7 @@ class Reader {
         PlannedFault(faults[i], "faults[" + std::to_string(i) + "]", *bench);
       }
     }
+    if (root.contains("record")) Recording(root.at("record"), *bench);
     return bench;
   }
 

@@ -14,9 +14,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 #include "virtual/ChannelEngine.h"
+#include "virtual/PinRecorder.h"
 #include "virtual/Wires.h"
 
 namespace brevant::virt {
@@ -34,12 +36,18 @@ class BitBangEngine : public ChannelEngine {
   void Receive(std::span<const uint8_t> bytes, Channel& channel) override;
   uint8_t Pins() const override;
 
+  // Shows the pins to `recorder` as each byte drives them, starting with the
+  // levels at virtual time `nowUs`; null stops recording. A change of the
+  // directions alone shows with the next byte.
+  void RecordTo(std::shared_ptr<PinRecorder> recorder, int64_t nowUs);
+
  private:
   const Wires& board_;
   const size_t packetBytes_;
   uint8_t mask_ = 0;
   uint8_t latch_ = 0;    // the last byte written: what the outputs drive
   int64_t readyUs_ = 0;  // when the chip has clocked out everything so far
+  std::shared_ptr<PinRecorder> recorder_;
 };
 
 }  // namespace brevant::virt

@@ -108,6 +108,8 @@ FtStatus VirtualDriver::FT_Close(FtHandle handle) {
   if (found == handles_.end()) return ft::kInvalidHandle;
   found->second->SetOpen(false);
   handles_.erase(found);
+  // A recording is complete whenever the program has nothing open.
+  if (handles_.empty() && !bench_->SaveRecording()) return ft::kIoError;
   return ft::kOk;
 }
 

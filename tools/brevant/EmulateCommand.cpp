@@ -1,11 +1,6 @@
 #include "EmulateCommand.h"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-
+#include "HelperProgram.h"
 #include "ToolError.h"
 
 namespace brevant::tool {
@@ -13,20 +8,6 @@ namespace brevant::tool {
 namespace {
 
 constexpr char kVirtualFile[] = "virtual:";
-
-// Beside this program in a build tree, else where it is installed.
-std::string Emulator() {
-  std::error_code error;
-  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  const std::filesystem::path here = error ? std::filesystem::path(".") : self.parent_path();
-  for (const std::filesystem::path& candidate :
-       {here / "brevant-emulate", here / BREVANT_EMULATOR_FROM_BIN}) {
-    if (access(candidate.c_str(), X_OK) == 0) return candidate.lexically_normal().string();
-  }
-  throw ToolError("the emulator is not installed (looked for " +
-                  (here / BREVANT_EMULATOR_FROM_BIN).lexically_normal().string() +
-                  "); it is built where umockdev is");
-}
 
 }  // namespace
 
@@ -44,25 +25,23 @@ EmulateCommand::EmulateCommand(CLI::App& app) {
   command_->prefix_command();
 }
 
-void EmulateCommand::Run(const std::string& driver, const std::string& state) const {
+void EmulateCommand::Run(const std::string& driver, const std::string& state,
+                         const std::string& vcd) const {
   if (!driver.empty() && driver != "virtual" && !driver.starts_with(kVirtualFile)) {
     throw ToolError("emulate serves the virtual bench; --driver " + driver + " cannot be emulated",
                     ExitStatus::kUsage);
   }
-  const std::string emulator = Emulator();
-  std::vector<std::string> words{emulator};
+  std::vector<std::string> words{
+      HelperProgram("brevant-emulate", "it is built where umockdev is")};
   if (driver.starts_with(kVirtualFile)) {
     words.insert(words.end(), {"--bench", driver.substr(sizeof kVirtualFile - 1)});
   }
   if (!state.empty()) words.insert(words.end(), {"--state", state});
+  if (!vcd.empty()) words.insert(words.end(), {"--vcd", vcd});
   words.push_back("--");
   words.insert(words.end(), program_.begin(), program_.end());
   for (const std::string& extra : command_->remaining()) words.push_back(extra);
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  execv(emulator.c_str(), argv.data());
-  throw ToolError("cannot run " + emulator + ": " + std::strerror(errno));
+  RunHelper(std::move(words));
 }
 
 }  // namespace brevant::tool

@@ -15,10 +15,11 @@ class EmulateCommand {
   explicit EmulateCommand(CLI::App& app);
 
   bool Chosen() const { return command_->parsed(); }
-  // Replaces this process with the emulator. `driver` and `state` are the
-  // global --driver/--bench and --state choices. Throws ToolError when the
+  // Replaces this process with the emulator. `driver`, `state` and `vcd` are
+  // the global --driver/--bench, --state and --vcd choices. Throws ToolError when the
   // emulator cannot be started.
-  [[noreturn]] void Run(const std::string& driver, const std::string& state) const;
+  [[noreturn]] void Run(const std::string& driver, const std::string& state,
+                        const std::string& vcd) const;
 
  private:
   CLI::App* command_;

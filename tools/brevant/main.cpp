@@ -11,6 +11,8 @@
 //   brevant list --driver libftdi             the chips on this machine, through libftdi
 //   brevant emulate -- flashrom -p ft2232_spi:type=2232H,port=A
 //                                             the bench as USB devices for other tools
+//   brevant --vcd t.vcd spi -d 0 jedec        every pin change of the bench, recorded
+//   brevant wave t.vcd --png t.png            and drawn
 //
 // Exit status: 0 done; 1 a library error (printed as the library shows it to a
 // person, "ERROR !6102: Device not opened"), or a failure of the tool's own; 2
@@ -37,6 +39,7 @@
 #include "ToolError.h"
 #include "TraceLog.h"
 #include "VersionCommand.h"
+#include "WaveCommand.h"
 #include "brevant/Driver.h"
 #include "brevant/Error.h"
 
@@ -56,16 +59,18 @@ std::string DriverInUse(const std::string& chosen) {
   return environment == nullptr ? "" : environment;
 }
 
-// --state only means something to the virtual bench; the library reads it from
-// the environment when it makes the driver, so it goes there first.
-void KeepStateIn(const std::string& directory, const std::string& chosen) {
+// --state and --vcd only mean something to the virtual bench; the library reads
+// them from the environment when it makes the driver, so they go there first.
+// `what` says what the option does: "--state keeps the virtual bench's ...".
+void SetForBench(const char* variable, const std::string& value, const std::string& what,
+                 const std::string& chosen) {
   const std::string driver = DriverInUse(chosen);
   if (driver != "virtual" && !driver.starts_with("virtual:")) {
-    throw ToolError("--state keeps the virtual bench's flash memories, and this run's driver is " +
+    throw ToolError(what + ", and this run's driver is " +
                         (driver.empty() ? std::string("the default (d2xx, else libftdi)") : driver),
                     ExitStatus::kUsage);
   }
-  setenv("BREVANT_BENCH_STATE", directory.c_str(), 1);
+  setenv(variable, value.c_str(), 1);
 }
 
 // Output that never reached stdout (a full disk, a closed pipe) is a failure
@@ -85,6 +90,7 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   std::string driver;
   std::string state;
+  std::string vcd;
   bool tracing = false;
   auto* driverOption =
       app.add_option("--driver", driver,
@@ -97,6 +103,10 @@ int Run(int argc, char** argv) {
   app.add_option("--state", state,
                  "keep the virtual bench's flash memories in DIR across runs (virtual drivers)")
       ->type_name("DIR");
+  app.add_option("--vcd", vcd,
+                 "record every pin change of the virtual bench's channels in FILE, a Value "
+                 "Change Dump (virtual drivers)")
+      ->type_name("FILE");
   app.add_flag("--trace", tracing, "print every driver call's log line on stderr");
   bool asJson = false;
   CLI::App* list = app.add_subcommand("list", "list the devices and the modules they form");
@@ -109,6 +119,7 @@ int Run(int argc, char** argv) {
   const brevant::tool::VersionCommand version(app);
   const brevant::tool::SelectCommand select(app);
   const brevant::tool::EmulateCommand emulate(app);
+  const brevant::tool::WaveCommand wave(app);
   // Added last, so that its callback sees --driver and --bench already set.
   app.set_version_flag(
       "--version", [&] { return version.Text(driver); },
@@ -117,8 +128,11 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
     // The emulator keeps the state itself, in its own process.
-    if (emulate.Chosen()) emulate.Run(driver, state);
-    if (!state.empty()) KeepStateIn(state, driver);
+    if (emulate.Chosen()) emulate.Run(driver, state, vcd);
+    if (wave.Chosen()) wave.Run();
+    if (!state.empty()) SetForBench("BREVANT_BENCH_STATE", state,
+                                  "--state keeps the virtual bench's flash memories", driver);
+    if (!vcd.empty()) SetForBench("BREVANT_BENCH_VCD", vcd, "--vcd records the virtual bench's pins", driver);
     if (!driver.empty()) brevant::UseDriver(driver);
     const auto log = brevant::tool::TraceLog::When(tracing);
     if (list->parsed()) brevant::tool::ListDevices(std::cout, asJson, log);

@@ -1,7 +1,7 @@
 // brevant-emulate: the virtual bench's parts as USB devices for other programs.
 // `brevant emulate` runs it; see docs/emulate.md.
 //
-//   brevant-emulate [--bench FILE] [--state DIR] [--] [PROGRAM ARGS...]
+//   brevant-emulate [--bench FILE] [--state DIR] [--vcd FILE] [--] [PROGRAM ARGS...]
 //
 // With a program: runs it with umockdev's preload library, so that whatever it
 // opens through libusb reaches the bench, and exits with its status (128 + the
@@ -36,12 +36,14 @@ constexpr char kPreload[] = "libumockdev-preload.so.0";
 struct Options {
   std::string bench;
   std::string state;
+  std::string vcd;
   std::vector<char*> program;  // null-terminated when not empty
 };
 
 int Usage(const std::string& problem) {
   std::cerr << "brevant emulate: " << problem
-            << "\nusage: brevant emulate [--bench FILE] [--state DIR] [--] [PROGRAM ARGS...]\n";
+            << "\nusage: brevant emulate [--bench FILE] [--state DIR] [--vcd FILE] [--] "
+               "[PROGRAM ARGS...]\n";
   return kUsage;
 }
 
@@ -55,12 +57,13 @@ bool Parse(int argc, char** argv, Options& options, std::string& problem) {
       ++i;
       break;
     }
-    if (word == "--bench" || word == "--state") {
+    if (word == "--bench" || word == "--state" || word == "--vcd") {
       if (i + 1 == argc) {
         problem = word + " needs a value";
         return false;
       }
-      (word == "--bench" ? options.bench : options.state) = argv[++i];
+      (word == "--bench" ? options.bench : word == "--state" ? options.state : options.vcd) =
+          argv[++i];
     } else if (word.starts_with("-")) {
       problem = "unknown option " + word;
       return false;
@@ -137,6 +140,7 @@ int main(int argc, char** argv) {
                                              ? brevant::virt::MakeDefaultBench()
                                              : brevant::virt::LoadBenchFile(options.bench);
     if (!options.state.empty()) bench->KeepMemories(options.state);
+    if (!options.vcd.empty()) bench->RecordTo(options.vcd);
     // Tools wait for a flash in real time, in steps as long as a real chip's
     // busy time; finished at once, a full write takes seconds instead of minutes.
     for (int index = 0; index < bench->DeviceCount(); ++index) {
@@ -148,6 +152,11 @@ int main(int argc, char** argv) {
       brevant::virt::UsbBench usb(bench);
       status = options.program.empty() ? Serve() : RunProgram(options);
       saved = !usb.SaveFailed() && bench->SaveMemories();
+    }
+    if (!bench->SaveRecording()) {
+      std::cerr << "brevant emulate: the pin recording could not be written to " << options.vcd
+                << '\n';
+      if (status == 0) status = kFailed;
     }
     if (!saved) {
       std::cerr << "brevant emulate: the chips' memories could not all be saved in "

@@ -29,6 +29,7 @@ constexpr uint8_t kBadCommand = 0xFA;
 // RTCK back for adaptive clocking.
 constexpr uint16_t kGpiol1 = 0x20;
 constexpr uint16_t kRtck = 0x80;
+constexpr int64_t kNsPerTick = 50;  // over 3: 60 ticks a microsecond
 // Clocks an endless clock-until command gives a peripheral to answer.
 constexpr size_t kEndlessClocks = size_t{1} << 20;
 
@@ -40,9 +41,30 @@ size_t Count16(std::span<const uint8_t> command) {
   return (command[1] | command[2] << 8) + 1u;
 }
 
+// The nearest nanosecond.
+int64_t Nanoseconds(int64_t ticks) {
+  return (ticks * kNsPerTick + 1) / 3;
+}
+
 }  // namespace
 
 MpsseEngine::MpsseEngine(Wires& board, MpsseModel model) : board_(board), model_(model) {}
+
+std::vector<std::string> MpsseEngine::PinNames() const {
+  std::vector<std::string> names = {"SK", "DO", "DI", "CS", "GPIOL0", "GPIOL1", "GPIOL2", "GPIOL3"};
+  for (int pin = 8; pin < 16; ++pin) {
+    if (model_.highPins >> pin & 1) {
+      names.resize(static_cast<size_t>(pin));
+      names.push_back("GPIOH" + std::to_string(pin - 8));
+    }
+  }
+  return names;
+}
+
+void MpsseEngine::RecordTo(std::shared_ptr<PinRecorder> recorder, int64_t nowUs) {
+  recorder_ = std::move(recorder);
+  if (recorder_) recorder_->Record(Nanoseconds(std::max(cursor_, nowUs * kTicksPerUs)), Levels());
+}
 
 void MpsseEngine::Start(uint8_t /*mask*/) {
   // Pin directions come from the port commands, not from the bit mode's mask;
@@ -257,6 +279,10 @@ void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
   const bool readFalling = opcode & kReadFalling;
   const int64_t start = cursor_;
   const int64_t bit = BitTicks();
+  // The chip writes on the edge bit 0 names (set: falling); when that is the
+  // bit's first edge (SK idle high and falling, or idle low and rising), the
+  // data changes there and not at the end of the bit before, where it is read.
+  const bool launchLate = writes && ((latch_ & kClock) != 0) == ((opcode & 0x01) != 0);
 
   if (!tms && !(opcode & kBitMode)) {
     const size_t count = Count16(command);
@@ -282,7 +308,8 @@ void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
         for (int b = 0; b < 8; ++b) {
           const int place = lsbFirst ? b : 7 - b;
           if (writes) SetLatch(kDataOut, payload[i] >> place & 1);
-          in |= unsigned{ClockBit(readFalling, start + static_cast<int64_t>(i * 8 + b) * bit)}
+          in |= unsigned{ClockBit(readFalling, start + static_cast<int64_t>(i * 8 + b) * bit,
+                                  launchLate)}
                 << place;
         }
         if (reads) answer[i] = static_cast<uint8_t>(in);
@@ -305,7 +332,7 @@ void MpsseEngine::Shift(std::span<const uint8_t> command, Channel& channel) {
     } else if (writes) {
       SetLatch(kDataOut, data >> (lsbFirst ? b : 7 - b) & 1);
     }
-    const unsigned sample = ClockBit(readFalling, start + b * bit);
+    const unsigned sample = ClockBit(readFalling, start + b * bit, launchLate);
     // LSB-first reads (TMS ones too) come in from the top of the byte.
     in = lsbFirst ? (in >> 1) | sample << 7 : (in << 1 | sample) & 0xFF;
   }
@@ -321,12 +348,12 @@ bool MpsseEngine::CanShiftBytes(uint8_t opcode) const {
   // modes 0 and 3, the way flash tools clock.
   const bool spiEdges =
       !(opcode & (kLsbFirst | kReadFalling)) && (!(opcode & kWriteTdi) || (opcode & 0x01));
-  if (!spiEdges || loopback_ || devices_.size() != 1) return false;
+  if (!spiEdges || loopback_ || recorder_ || devices_.size() != 1) return false;
   return devices_.front()->TakesBytes(Levels());
 }
 
 bool MpsseEngine::CanShiftFast() const {
-  if (!devices_.empty()) return false;
+  if (!devices_.empty() || recorder_) return false;
   if (loopback_) return true;
   // DI may follow a serial pin through a loop on the board; then only the bit
   // path gets its samples right.
@@ -354,8 +381,8 @@ void MpsseEngine::ShiftFast(uint8_t opcode, std::span<const uint8_t> payload, si
   }
 }
 
-bool MpsseEngine::ClockBit(bool readOnFalling, int64_t atTicks) {
-  Notify(atTicks);
+bool MpsseEngine::ClockBit(bool readOnFalling, int64_t atTicks, bool launchOnFirstEdge) {
+  Notify(atTicks, !launchOnFirstEdge);
   bool sample = false;
   const int64_t half = BitTicks() / 2;
   for (int edge = 1; edge <= 2; ++edge) {
@@ -377,10 +404,13 @@ uint16_t MpsseEngine::Driven() const {
   return static_cast<uint16_t>(outputs_ & ~(driveZero_ & latch_));
 }
 
-void MpsseEngine::Notify(int64_t atTicks) {
-  if (devices_.empty()) return;
-  const uint16_t levels = Levels();
-  for (const auto& device : devices_) device->Sense(levels, atTicks / kTicksPerUs);
+void MpsseEngine::Notify(int64_t atTicks, bool shown) {
+  if (!devices_.empty()) {
+    const uint16_t levels = Levels();
+    for (const auto& device : devices_) device->Sense(levels, atTicks / kTicksPerUs);
+  }
+  // After the devices, so that what they drive in answer shows at the same time.
+  if (recorder_ && shown) recorder_->Record(Nanoseconds(atTicks), Levels());
 }
 
 uint16_t MpsseEngine::Levels() const {

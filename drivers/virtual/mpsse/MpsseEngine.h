@@ -20,7 +20,8 @@
 // Peripherals on the pins are clocked bit by bit, except a peripheral that takes
 // whole bytes (an SPI flash, selected, in mode 0 or 3), which gets them byte by
 // byte with the same timing. With none attached, byte transfers take a fast path
-// that never looks at single bits.
+// that never looks at single bits. While a PinRecorder records the pins, every
+// transfer takes the bit path, which ends the same way, so that each edge is seen.
 //
 // Time: every shifted bit costs one clock period of virtual time, so commands run
 // back to back from when they arrive. Answers leave the chip when a USB packet is
@@ -33,9 +34,11 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "virtual/ChannelEngine.h"
+#include "virtual/PinRecorder.h"
 #include "virtual/Wires.h"
 #include "virtual/mpsse/PinDevice.h"
 
@@ -71,6 +74,14 @@ class MpsseEngine : public ChannelEngine {
     return nullptr;
   }
 
+  // The library's names of the pins this part has, by pin bit: SK, DO, DI, CS,
+  // GPIOL0-3, then GPIOH0-7 as far as the high port goes (empty where it does
+  // not).
+  std::vector<std::string> PinNames() const;
+  // Shows every change of the pins to `recorder` from virtual time `nowUs` on,
+  // starting with the levels now; null stops recording.
+  void RecordTo(std::shared_ptr<PinRecorder> recorder, int64_t nowUs);
+
   // The live levels of all 16 pins, as the chip's read commands see them.
   uint16_t Levels() const;
   // The pins whose LEDs are lit.
@@ -101,12 +112,15 @@ class MpsseEngine : public ChannelEngine {
   void ShiftFast(uint8_t opcode, std::span<const uint8_t> payload, size_t count,
                  std::vector<uint8_t>& answer);
   // One clock period: the data pins are set, then two edges of SK. Returns DI as
-  // sampled on the read edge.
-  bool ClockBit(bool readOnFalling, int64_t atTicks);
+  // sampled on the read edge. `launchOnFirstEdge`: a recording shows the new
+  // data at the bit's first edge rather than at its start, as the chip puts it
+  // out on the edge the command writes on.
+  bool ClockBit(bool readOnFalling, int64_t atTicks, bool launchOnFirstEdge = false);
   void SetLatch(uint16_t pins, bool high);
   // The pins the chip drives now: outputs, less drive-zero pins latched high.
   uint16_t Driven() const;
-  void Notify(int64_t atTicks);
+  // Shows the pins to the devices and, if `shown`, to the recorder.
+  void Notify(int64_t atTicks, bool shown = true);
   bool DataIn() const;
   int64_t BitTicks() const;
 
@@ -117,6 +131,7 @@ class MpsseEngine : public ChannelEngine {
   Wires& board_;
   const MpsseModel model_;
   std::vector<std::shared_ptr<PinDevice>> devices_;
+  std::shared_ptr<PinRecorder> recorder_;  // null while not recording
 
   uint16_t latch_ = 0;    // what the chip drives on pins that are outputs
   uint16_t outputs_ = 0;  // pin directions, 1 = output
