@@ -131,6 +131,15 @@ class MpsseBatchTest : public BenchTest {
     return *mpsse;
   }
   int Count(Call call) const { return bench->Faults().Calls(call); }
+  // Devices 0 FT232H, 1-2 FT2232D, 3-4 FT2232H, 5-8 FT4232H.
+  void OneOfEachPart() {
+    bench = std::make_shared<virt::Bench>();
+    bench->AddPart(virt::PartKind::kFT232H, "BV32H", 0x0111);
+    bench->AddPart(virt::PartKind::kFT2232D, "BV22D", 0x0121);
+    bench->AddPart(virt::PartKind::kFT2232H, "BV22H", 0x0131);
+    bench->AddPart(virt::PartKind::kFT4232H, "BV42H", 0x0141);
+    SetUp();
+  }
 
   std::shared_ptr<WriteLog> log;
   std::optional<clsFTDIMPSSE> mpsse;
@@ -305,12 +314,7 @@ TEST_F(MpsseBatchTest, SetFrequencyPicksTheFastestClockNotAboveTheRate) {
       {"Negative", 3, -1e6, {}, 0},
       {"NaN", 3, std::nan(""), {}, 0},
   };
-  bench = std::make_shared<virt::Bench>();
-  bench->AddPart(virt::PartKind::kFT232H, "BV32H", 0x0111);
-  bench->AddPart(virt::PartKind::kFT2232D, "BV22D", 0x0121);
-  bench->AddPart(virt::PartKind::kFT2232H, "BV22H", 0x0131);
-  bench->AddPart(virt::PartKind::kFT4232H, "BV42H", 0x0141);
-  SetUp();
+  OneOfEachPart();
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     MpsseBatch batch(Open(c.device));
@@ -339,12 +343,7 @@ TEST_F(MpsseBatchTest, SetFrequencyPicksTheFastestClockNotAboveTheRate) {
 // Three-phase clocking is the high-speed parts', drive-zero the FT232H's alone;
 // elsewhere each is refused with nothing queued.
 TEST_F(MpsseBatchTest, PartBoundCommandsGoOnlyToPartsThatHaveThem) {
-  bench = std::make_shared<virt::Bench>();
-  bench->AddPart(virt::PartKind::kFT232H, "BV32H", 0x0111);
-  bench->AddPart(virt::PartKind::kFT2232D, "BV22D", 0x0121);
-  bench->AddPart(virt::PartKind::kFT2232H, "BV22H", 0x0131);
-  bench->AddPart(virt::PartKind::kFT4232H, "BV42H", 0x0141);
-  SetUp();
+  OneOfEachPart();
   const struct {
     int16_t device;
     Bytes wire;  // of ThreePhaseClocking(true) then DriveZero(0x0103); empty where refused
