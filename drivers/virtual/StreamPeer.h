@@ -26,7 +26,9 @@ class StreamPeer : public ChannelEngine {
 
   // Replaces the answer; an empty responder makes the peer silent.
   void Respond(Responder responder) { responder_ = std::move(responder); }
-  // Everything the peer received, in order.
+  // What the peer received, in order: everything, up to the last 1 to 2 MiB of
+  // a longer stream, which would otherwise grow without end (a long-running
+  // `brevant emulate`, a benchmark).
   const std::vector<uint8_t>& Received() const { return received_; }
 
  private:

@@ -17,8 +17,10 @@
  * wrong identifier or a wrong argument: each is a status of its own.
  *
  * Strings are UTF-8. A string or array in a variant is owned by the variant and
- * lives in malloc'ed memory: build them with brevant_variant_set_*, and free them
- * with brevant_variant_clear. */
+ * lives in memory the library allocates: build them with brevant_variant_set_*,
+ * and free them with brevant_variant_clear only. A by-reference byte array is
+ * handed to the member and back without a copy, so its `data` may point
+ * elsewhere after the call. */
 #ifndef BREVANT_BREVANT_H
 #define BREVANT_BREVANT_H
 

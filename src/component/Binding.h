@@ -9,6 +9,7 @@
 //   B::Get("Log", 0xB, [](clsFTDI245FIFO& o) { return o.Log(); })
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -88,9 +89,12 @@ void Run(const F& f, void* self, int32_t argc, brevant_variant* args, brevant_va
   };
   std::tuple<Bare<std::tuple_element_t<I, Args>>...> values{
       in(std::integral_constant<size_t, I>{})...};
+  // Only once every argument is in, so that none is lent and then dropped.
+  [[maybe_unused]] std::array<bool, sizeof...(I) + 1> lent{};
+  ((lent[I] = I < static_cast<size_t>(argc) && Lend(args[I], params[I], std::get<I>(values))), ...);
   [[maybe_unused]] auto back = [&](auto index) {
     if (!params[index].by_ref || index >= static_cast<size_t>(argc)) return;
-    Back(args[index], std::get<index>(values));
+    Back(args[index], std::get<index>(values), lent[index]);
   };
   C& object = *static_cast<C*>(self);
   using R = typename Sig::Result;

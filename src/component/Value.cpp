@@ -89,7 +89,7 @@ BREVANT_API void brevant_variant_clear(brevant_variant* v) {
     }
     std::free(records);
   } else if (v->type & BREVANT_ARRAY) {
-    std::free(v->value.array.data);
+    if (!ByteStore::Free(v->value.array.data)) std::free(v->value.array.data);
   }
   *v = brevant_variant{};
 }
@@ -113,8 +113,14 @@ BREVANT_API int32_t brevant_variant_set_array(brevant_variant* v, int32_t elemen
     if (element_type == BREVANT_I2) size = 2;
     if (size == 0) Fail(BREVANT_E_INVALIDARG, "Arrays made here hold bytes or 16-bit integers");
     brevant_variant_clear(v);
-    void* copy = Allocate(static_cast<size_t>(count), size);
-    if (count > 0) std::memcpy(copy, data, static_cast<size_t>(count) * size);
+    void* copy = nullptr;
+    if (size == 1) {
+      const auto* bytes = static_cast<const uint8_t*>(data);
+      copy = ByteStore::Keep(std::vector<uint8_t>(bytes, bytes + count));
+    } else {
+      copy = Allocate(static_cast<size_t>(count), size);
+      if (count > 0) std::memcpy(copy, data, static_cast<size_t>(count) * size);
+    }
     v->type = BREVANT_ARRAY | element_type;
     v->value.array = {1, lower_bound, count, copy};
   });

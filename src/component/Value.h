@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -19,6 +20,7 @@
 #include "brevant/icLog.h"
 #include "brevant/tDeviceInfo.h"
 #include "brevant/tModuleInfo.h"
+#include "component/ByteStore.h"
 #include "component/Edge.h"
 #include "component/Names.h"
 #include "component/Objects.h"
@@ -44,12 +46,23 @@ void Recycle(T& x) {
   if constexpr (requires { Value<T>::Recycle(x); }) Value<T>::Recycle(x);
 }
 
+// Lends a client's storage to an argument where its type can (byte arrays,
+// below); true when it did.
+template <class T>
+bool Lend(const brevant_variant& v, const brevant_param_info& p, T& x) {
+  if constexpr (requires { Value<T>::Lend(v, p, x); }) {
+    return Value<T>::Lend(v, p, x);
+  } else {
+    return false;
+  }
+}
+
 // How a by-reference argument goes back: cleared and written anew, unless its
 // type knows better (arrays, below).
 template <class T>
-void Back(brevant_variant& v, const T& x) {
-  if constexpr (requires { Value<T>::Back(v, x); }) {
-    Value<T>::Back(v, x);
+void Back(brevant_variant& v, T& x, bool lent) {
+  if constexpr (requires { Value<T>::Back(v, x, lent); }) {
+    Value<T>::Back(v, x, lent);
   } else {
     brevant_variant_clear(&v);
     Value<T>::Out(v, x);
@@ -194,11 +207,13 @@ struct Value<R, std::enable_if_t<RecordFields<R>::kRecord>> {
 };
 
 // Arrays keep their bounds. Bytes and 16-bit integers lie packed, records as
-// one record variant each.
+// one record variant each. Byte arrays live in the ByteStore: a by-reference
+// one is lent to the member and given back, without a copy either way.
 template <class E>
 struct Value<Array<E>> {
   static constexpr int32_t kType = BREVANT_ARRAY | Value<E>::kType;
   static constexpr bool kPacked = !std::is_class_v<E>;
+  static constexpr bool kBytes = std::is_same_v<E, uint8_t>;
   static const char* Name() { return Value<E>::Name(); }
   static Array<E> In(const brevant_variant& v, const brevant_param_info& p) {
     const brevant_array& a = v.value.array;
@@ -206,10 +221,13 @@ struct Value<Array<E>> {
       Mismatch(p, kType);
     }
     if (!a.allocated) return {};
+    if constexpr (kBytes) {
+      // Lent once every argument is in (Lend).
+      if (p.by_ref && ByteStore::Has(a.data)) return {};
+    }
     if constexpr (kPacked) {
-      // One copy, straight from the client's buffer, into storage the thread's
-      // last call gave back: a fresh buffer of that size would cost its pages'
-      // first touch on every call, more than the copy itself.
+      // One copy, into storage the thread's last call gave back: a fresh buffer
+      // would cost its pages' first touch on every call, more than the copy.
       std::vector<E> items = std::move(Spare());
       const auto* from = static_cast<const E*>(a.data);
       items.assign(from, from + a.count);
@@ -223,23 +241,50 @@ struct Value<Array<E>> {
       return array;
     }
   }
-  // The storage of an argument whose call is over, for the next one.
-  static void Recycle(Array<E>& x) {
-    // A one-off huge buffer is not worth keeping for good.
-    constexpr size_t kKept = size_t{1} << 20;
-    if constexpr (kPacked) {
-      if (x.Elements().size_bytes() <= kKept) Spare() = x.TakeElements();
+  // Takes a by-reference byte array's storage over from the client's variant;
+  // true when it did, and then Back must give it back.
+  static bool Lend(const brevant_variant& v, const brevant_param_info& p, Array<E>& x) {
+    if constexpr (kBytes) {
+      const brevant_array& a = v.value.array;
+      if (!p.by_ref || !a.allocated || a.count == 0) return false;
+      std::optional<std::vector<uint8_t>> bytes = ByteStore::Take(a.data);
+      if (!bytes) return false;
+      x = Array<E>(std::move(*bytes), a.lower_bound);
+      return true;
+    }
+    return false;
+  }
+  static void Out(brevant_variant& v, const Array<E>& x) {
+    v.type = kType;
+    v.value.array = {x.Allocated() ? 1 : 0, x.Allocated() ? x.LowerBound() : 0, x.Count(), nullptr};
+    if (x.Count() == 0) return;
+    if constexpr (kBytes) {
+      v.value.array.data =
+          ByteStore::Keep(std::vector<uint8_t>(x.Elements().begin(), x.Elements().end()));
+    } else if constexpr (kPacked) {
+      v.value.array.data = Allocate(x.Count(), sizeof(E));
+      std::memcpy(v.value.array.data, x.Elements().data(), x.Count() * sizeof(E));
+    } else {
+      auto* out = static_cast<brevant_variant*>(Allocate(x.Count(), sizeof(brevant_variant)));
+      v.value.array.data = out;
+      for (int32_t i = 0; i < x.Count(); ++i) Value<E>::Out(out[i], x.Elements()[i]);
     }
   }
-  static std::vector<E>& Spare() {
-    thread_local std::vector<E> spare;
-    return spare;
-  }
-  // A by-reference array back into the client's variant: into the client's own
-  // buffer when the bounds stayed as they came (a read into a buffer, a write
-  // that leaves it alone), which spares a fresh allocation the size of it.
-  static void Back(brevant_variant& v, const Array<E>& x) {
-    const brevant_array& a = v.value.array;
+  // A by-reference array back into the client's variant: its lent storage, as
+  // the member left it; else into the client's own buffer when the bounds
+  // stayed as they came, which spares an allocation the size of it.
+  static void Back(brevant_variant& v, Array<E>& x, bool lent) {
+    brevant_array& a = v.value.array;
+    if constexpr (kBytes) {
+      if (lent) {
+        const bool allocated = x.Allocated();
+        a.allocated = allocated ? 1 : 0;
+        a.lower_bound = allocated ? x.LowerBound() : 0;
+        a.count = x.Count();
+        a.data = ByteStore::Keep(x.TakeElements());
+        return;
+      }
+    }
     if constexpr (kPacked) {
       if (v.type == kType && a.allocated && x.Allocated() && a.lower_bound == x.LowerBound() &&
           a.count == x.Count() && a.count > 0) {
@@ -250,18 +295,17 @@ struct Value<Array<E>> {
     brevant_variant_clear(&v);
     Out(v, x);
   }
-  static void Out(brevant_variant& v, const Array<E>& x) {
-    v.type = kType;
-    v.value.array = {x.Allocated() ? 1 : 0, x.Allocated() ? x.LowerBound() : 0, x.Count(), nullptr};
-    if (x.Count() == 0) return;
+  // The storage of an argument whose call is over, for the next one.
+  static void Recycle(Array<E>& x) {
+    // A one-off huge buffer is not worth keeping for good.
+    constexpr size_t kKept = size_t{1} << 20;
     if constexpr (kPacked) {
-      v.value.array.data = Allocate(x.Count(), sizeof(E));
-      std::memcpy(v.value.array.data, x.Elements().data(), x.Count() * sizeof(E));
-    } else {
-      auto* out = static_cast<brevant_variant*>(Allocate(x.Count(), sizeof(brevant_variant)));
-      v.value.array.data = out;
-      for (int32_t i = 0; i < x.Count(); ++i) Value<E>::Out(out[i], x.Elements()[i]);
+      if (x.Count() > 0 && x.Elements().size_bytes() <= kKept) Spare() = x.TakeElements();
     }
+  }
+  static std::vector<E>& Spare() {
+    thread_local std::vector<E> spare;
+    return spare;
   }
 };
 
