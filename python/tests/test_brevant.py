@@ -47,23 +47,6 @@ def test_fifo_echo_with_log_sink_and_error():
         -2147215402, "clsFTD2xx", "Device not opened")
 
 
-def test_mpsse_reads_the_spi_flash_id():
-    mpsse = brevant.clsFTDIMPSSE()
-    mpsse.Initialize(0)
-    mpsse.SetClockDivisor(mpsse.ClockDivisorFromFrequency(1e6))
-    pins = mpsse.MPSSEPortIO()
-    pins.MPSSEPortOutput = brevant.eFTDIMPSSE.eftTMSCS
-    pins.MPSSESignalOutput(brevant.eFTDIMPSSE.eftTMSCS, brevant.eBit.eb0)
-    data = bytearray([0x9F, 0, 0, 0])
-    mpsse.DataBytesInOut(data, 4, brevant.eFTMPSSEBitOrder.embMSBfirst,
-                         brevant.eFTMPSSEClockPolarity.emcNegEdge,
-                         brevant.eFTMPSSEClockPolarity.emcPosEdge)
-    pins.MPSSESignalOutput(brevant.eFTDIMPSSE.eftTMSCS, brevant.eBit.eb1)
-    assert bytes(data[1:]) == bytes([0xEF, 0x40, 0x16])
-    assert pins.MPSSESignalOutput0(brevant.eFTDIMPSSE.eftTMSCS) == brevant.eBit.eb1
-    mpsse.Terminate()
-
-
 def test_records_and_reference_arrays():
     devices = brevant.clsDeviceList()
     count, infos = Ref(0), Ref()

@@ -266,7 +266,6 @@ TEST(WindowSystem, AnUnusableOneRaisesAndTheProcessLivesOn) {
        {},
        "result -2147214601 No display to show the selection dialog on (platform nosuchplatform: "
        "Qt has no platform plugin \"nosuchplatform\")"},
-      {"Offscreen", {"QT_QPA_PLATFORM=offscreen"}, {}, "result 2 \n"},
       {"FallsBackAlongTheList",
        {"QT_QPA_PLATFORM=nosuchplatform;offscreen:size=9"},
        {},

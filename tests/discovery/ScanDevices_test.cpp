@@ -45,7 +45,6 @@ const ScanCase kScanCases[] = {
       {.device = 1, .what = ft::kOpenByDescription, .status = ft::kDeviceNotFound},
       {.device = 2, .what = ft::kOpenByLocation, .status = ft::kOtherError}}},
     {"TopBitSortsFirst", {0x0121, 0x80000001}, {1, 0}},
-    {"EqualLocationsKeepDriverOrder", {0x0205, 0x0205, 0x0103, 0x0205}, {2, 0, 1, 3}},
     {"CountFails", {0x0121, 0x0122}, {}, 0, {}, {{.call = Call::kListDevices, .nth = 1}}},
     // The second list call is the first read: device 2 is gone before any read.
     {"UnpluggedBetweenCountAndReads",

@@ -1,7 +1,8 @@
-// The libftdi backend where a chip is stricter than a kind emulation: reads
-// that time out part-way, bit-bang and second-channel baud rates, parts without
-// a serial number, resets, a lock per handle, odd ids and latency values. The
-// USB layer holds transfers and answers requests as the parts do.
+// The libftdi backend where a chip is stricter than a kind emulation: bit-bang
+// and second-channel baud rates, parts without a serial number, writes that
+// time out, resets, a lock per handle, odd ids and latency values. The USB
+// layer holds transfers and answers requests as the parts do. Reads that time
+// out part-way are the driver contract's (tests/conformance).
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -44,25 +45,6 @@ std::shared_ptr<virt::Bench> BenchOf(PartKind kind, const std::string& serial) {
   auto bench = std::make_shared<virt::Bench>();
   bench->AddPart(kind, serial, 0x11);
   return bench;
-}
-
-// The echo of the first write comes at once; the second transfer of the same
-// read has nothing to carry and runs into its time-out. The first one's bytes
-// must survive that.
-TEST(LibftdiOnTheWire, ReadThatTimesOutKeepsWhatCame) {
-  OnUsb on(virt::MakeDefaultBench());
-  FtHandle h = on.Open(0);
-  ASSERT_EQ(on.driver->FT_SetBitMode(h, 0, kModeFifo), ft::kOk);
-  ASSERT_EQ(on.driver->FT_SetTimeouts(h, 5, 100), ft::kOk);
-  const uint8_t out[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
-  uint32_t written = 0, read = 0;
-  ASSERT_EQ(on.driver->FT_Write(h, out, sizeof out, &written), ft::kOk);
-  std::vector<uint8_t> in(100, 0xEE);
-  EXPECT_EQ(on.driver->FT_Read(h, in.data(), 100, &read), ft::kOk);
-  ASSERT_EQ(read, sizeof out);
-  EXPECT_TRUE(std::equal(out, out + sizeof out, in.begin()));
-  EXPECT_EQ(in[sizeof out], 0xEE);  // the tail is the caller's
-  EXPECT_EQ(on.driver->FT_Close(h), ft::kOk);
 }
 
 // The vendor's driver hands the rate to the chip as it is, in every mode, and

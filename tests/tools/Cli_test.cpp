@@ -77,7 +77,6 @@ const Case kCases[] = {
     {"gpio -d 2 D0=1", 2, {}, {"unknown pin \"D0\""}},
     {"gpio -d 2 GPIOL0=2", 2, {}, {"\"GPIOL0=2\" sets no level 0 or 1"}},
     {"gpio -d 5 GPIOL0=1", 1, {}, {"ERROR !6302: FTDI read error (timeout)\n"}},
-    {"gpio -d 9 --read", 2, {}, {"brevant: device 9: the driver lists 7 devices, 0 to 6\n"}},
     {"spi -d 0 jedec", 0, {"JEDEC ID EF 40 16: manufacturer 0xEF, type 0x40, 4194304 bytes"}, {}},
     {"spi -d 5 jedec", 1, {}, {"ERROR !6302: FTDI read error (timeout)\n"}},
     {"spi -d 3 jedec", 3, {}, {"brevant: no SPI flash answers on device 3 (JEDEC ID FF FF FF)"}},

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-// The two interfaces used early-bound, declared as a client compiled against
-// the type library sees them: IDispatch's slots, then the members in order.
+// The interface used early-bound, declared as a client compiled against the
+// type library sees it: IDispatch's slots, then the members in order.
 // Outside the anonymous namespace: there the compiler would know that nothing
 // here implements them and take the calls for unreachable.
 struct _clsFTDI245FIFO : IDispatch {
@@ -28,12 +28,6 @@ struct _clsFTDI245FIFO : IDispatch {
   virtual HRESULT STDMETHODCALLTYPE putref_Log(IDispatch* Value) = 0;
 };
 
-struct _Process : IDispatch {
-  virtual HRESULT STDMETHODCALLTYPE get_Major(short* Result) = 0;
-  virtual HRESULT STDMETHODCALLTYPE get_Minor(short* Result) = 0;
-  virtual HRESULT STDMETHODCALLTYPE get_Revision(short* Result) = 0;
-};
-
 namespace {
 
 GUID Id(const wchar_t* text) {
@@ -46,10 +40,6 @@ const GUID CLSID_clsFTDI245FIFO = Id(L"{260ADB86-AD2C-440C-8274-399001AA91C8}");
 const GUID IID__clsFTDI245FIFO = Id(L"{B201F58A-E141-41C7-B72F-74A1649E0F72}");
 const GUID IID_clsFTDI245FIFO___v0 = Id(L"{CCB0B2E2-AD0B-4A95-B8D3-4276C0CBA31F}");
 const GUID IID__clsFTDIMPSSE = Id(L"{58A383BA-40B9-42F0-B528-8F096398D6E2}");
-const GUID CLSID_clsFTDIMPSSEPortIO = Id(L"{E63CF42D-F07E-456C-907B-D4B7334A8310}");
-const GUID CLSID_icLog = Id(L"{9455F0E1-B80D-48A0-8C90-770E02634203}");
-const GUID CLSID_Process = Id(L"{ECFE44F5-011C-4D87-A734-C00D71F014AB}");
-const GUID IID__Process = Id(L"{8BFCEE81-BF12-490E-A444-746758266D1C}");
 
 int failures = 0;
 
@@ -186,56 +176,6 @@ void EarlyBound() {
   const ULONG before = sink.references;
   fifo->Release();
   Check(sink.references < before, "releasing the channel lets the sink go");
-}
-
-void LateBound() {
-  IDispatch* fifo = nullptr;
-  CoCreateInstance(CLSID_clsFTDI245FIFO, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                   reinterpret_cast<void**>(&fifo));
-  if (!fifo) return Check(false, "a clsFTDI245FIFO through IDispatch");
-  VARIANT device;
-  V_VT(&device) = VT_I2;
-  V_I2(&device) = 0;
-  DISPPARAMS initialize{&device, nullptr, 1, 0};
-  Check(fifo->Invoke(0x60030001, IID_NULL, 0, DISPATCH_METHOD, &initialize, nullptr, nullptr,
-                     nullptr) == S_OK,
-        "Invoke Initialize(0)");
-  // A one-based array through Invoke: an exception with error 9, not a crash.
-  VARIANT args[2];
-  V_VT(&args[1]) = VT_ARRAY | VT_UI1;
-  V_ARRAY(&args[1]) = Bytes(1, "ab");
-  V_VT(&args[0]) = VT_I4;
-  V_I4(&args[0]) = 2;
-  DISPPARAMS params{args, nullptr, 2, 0};
-  EXCEPINFO info{};
-  const HRESULT hr =
-      fifo->Invoke(0x60030008, IID_NULL, 0, DISPATCH_METHOD, &params, nullptr, &info, nullptr);
-  Check(hr == DISP_E_EXCEPTION && info.scode == MAKE_HRESULT(SEVERITY_ERROR, FACILITY_CONTROL, 9),
-        "Invoke DataWrite with a one-based array: exception, error 9");
-  SysFreeString(info.bstrSource);
-  SysFreeString(info.bstrDescription);
-  SafeArrayDestroy(V_ARRAY(&args[1]));
-  fifo->Release();
-}
-
-void Creation() {
-  IUnknown* object = nullptr;
-  for (const CLSID* id : {&CLSID_clsFTDIMPSSEPortIO, &CLSID_icLog}) {
-    Check(CoCreateInstance(*id, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                           reinterpret_cast<void**>(&object)) == CLASS_E_CLASSNOTAVAILABLE,
-          "a class that cannot be created is refused");
-  }
-  _Process* process = nullptr;
-  short major = 0, minor = 0, revision = 0;
-  CoCreateInstance(CLSID_Process, nullptr, CLSCTX_INPROC_SERVER, IID__Process,
-                   reinterpret_cast<void**>(&process));
-  if (process) {
-    process->get_Major(&major);
-    process->get_Minor(&minor);
-    process->get_Revision(&revision);
-    process->Release();
-  }
-  Check(major == 1 && minor == 0 && revision == 10, "Process 1.0.10 through the vtable");
 }
 
 // The version resource: the numbers and every text of the version block.
@@ -424,9 +364,7 @@ void Unload() {
 
 int main() {
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-  Creation();
   EarlyBound();
-  LateBound();
   Version();
   OddArguments();
   OtherApartment();
