@@ -1,12 +1,13 @@
-"""Out values of failing and short calls, the same through the C ABI, the Python
-package and the COM server. Each runs the C++ classes, so their own out values
-are checked on the way.
+"""Out values of failing and short calls, the same through the C++ classes, the C
+ABI, the Python package and the COM server.
 
-Each case runs in a process of its own on the bench it names: this file run as
-a script for the C ABI (ctypes, no package class) and for Python, and a COM
-client of Brevant.dll under Wine (the command in BREVANT_COM_OUT_VALUES, which
-the Windows build's test ComOutValues sets). Each prints [error number, out
-values...] as JSON. Run as a script: out_values_test.py c|python ACTION EXTRA.
+Each case runs in a process of its own on the bench it names: the C++ runner
+(brevant-out-values, named by BREVANT_OUT_VALUES), this file run as a script
+for the C ABI (ctypes, no package class) and for Python, and a COM client of
+Brevant.dll under Wine (the command in BREVANT_COM_OUT_VALUES, which the
+Windows build's test ComOutValues sets). Each prints
+[error number, out values...] as JSON. Run as a script: out_values_test.py
+c|python ACTION EXTRA.
 """
 
 import ctypes
@@ -56,13 +57,17 @@ CASES = [
 ]
 
 
-@pytest.mark.parametrize("surface", ["c", "python", "com"])
+@pytest.mark.parametrize("surface", ["c++", "c", "python", "com"])
 @pytest.mark.parametrize("name, action, extra, bench, expected", CASES,
                          ids=[case[0] for case in CASES])
 def test_out_values(tmp_path, surface, name, action, extra, bench, expected):
     path = tmp_path / "bench.json"
     path.write_text(json.dumps(bench))
-    if surface == "com":
+    if surface == "c++":
+        if not os.environ.get("BREVANT_OUT_VALUES"):
+            pytest.skip("BREVANT_OUT_VALUES names no C++ runner (CTest sets it)")
+        command = [os.environ["BREVANT_OUT_VALUES"]]
+    elif surface == "com":
         if not os.environ.get("BREVANT_COM_OUT_VALUES"):
             pytest.skip("BREVANT_COM_OUT_VALUES names no COM runner (the Windows build sets it)")
         command = shlex.split(os.environ["BREVANT_COM_OUT_VALUES"])
