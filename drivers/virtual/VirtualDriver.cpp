@@ -302,7 +302,8 @@ FtStatus VirtualDriver::FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_
     return status;
   if (channel->Eeprom() == nullptr) return ft::kEepromNotPresent;
   channel->Eeprom()->WriteWord(wordOffset, value);
-  return ft::kOk;
+  // Kept files are current before the call returns, as for a flash.
+  return bench_->SaveMemories() ? ft::kOk : ft::kIoError;
 }
 
 FtStatus VirtualDriver::FT_EraseEE(FtHandle handle) {
@@ -312,7 +313,7 @@ FtStatus VirtualDriver::FT_EraseEE(FtHandle handle) {
     return status;
   if (channel->Eeprom() == nullptr) return ft::kEepromNotPresent;
   channel->Eeprom()->Erase();
-  return ft::kOk;
+  return bench_->SaveMemories() ? ft::kOk : ft::kIoError;
 }
 
 }  // namespace brevant::virt
