@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "driver/Ftd2xx.h"
 
@@ -219,7 +220,12 @@ EepromImage EepromImage::Decode(EepromPart part, std::span<const uint16_t> words
 std::vector<uint16_t> EepromImage::Encode(EepromPart part, std::span<const uint16_t> base) const {
   if (base.size() != 64 && base.size() < 128) Refuse("words", "not a whole chip");
   const Layout& layout = LayoutOf(part);
-  Bytes bytes(base);
+  // An erased chip's 0xFF bytes would switch on every option this class does
+  // not model; such a chip starts from zeros instead.
+  const bool erased =
+      std::all_of(base.begin(), base.end(), [](uint16_t word) { return word == 0xFFFF; });
+  Bytes bytes(erased ? std::vector<uint16_t>(base.size(), 0)
+                     : std::vector<uint16_t>(base.begin(), base.end()));
   const size_t checked = EepromCheckedWords(base.size());
   const size_t end = checked * 2 - 2;
 

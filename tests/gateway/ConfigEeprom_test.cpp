@@ -75,12 +75,5 @@ TEST_F(ConfigEepromTest, FailureMidwaySaysWhatWasWritten) {
   EXPECT_FALSE(EepromImage::Decode(eeprom->Part(), now).checksumValid);
 }
 
-TEST_F(ConfigEepromTest, EraseBlanksTheChip) {
-  eeprom->Erase();
-  const std::vector<uint16_t> now = eeprom->Read();
-  EXPECT_EQ(now, std::vector<uint16_t>(128, 0xFFFF));
-  EXPECT_FALSE(EepromImage::Decode(eeprom->Part(), now).checksumValid);
-}
-
 }  // namespace
 }  // namespace brevant::testing

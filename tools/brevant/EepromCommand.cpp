@@ -1,5 +1,6 @@
 #include "EepromCommand.h"
 
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
