@@ -41,6 +41,10 @@ D2xxDriver::D2xxDriver(const std::string& library) : library_(library), fn_{} {
   Resolve(library_, library, "FT_SetLatencyTimer", fn_.setLatencyTimer);
   Resolve(library_, library, "FT_GetBitMode", fn_.getBitMode);
   Resolve(library_, library, "FT_SetBitMode", fn_.setBitMode);
+  // Programs that never touch the EEPROM run on a library without these too.
+  fn_.readEE = reinterpret_cast<decltype(fn_.readEE)>(library_.Symbol("FT_ReadEE"));
+  fn_.writeEE = reinterpret_cast<decltype(fn_.writeEE)>(library_.Symbol("FT_WriteEE"));
+  fn_.eraseEE = reinterpret_cast<decltype(fn_.eraseEE)>(library_.Symbol("FT_EraseEE"));
 }
 
 D2xxDriver::~D2xxDriver() = default;
@@ -101,6 +105,15 @@ FtStatus D2xxDriver::FT_GetBitMode(FtHandle handle, uint8_t* pins) {
 }
 FtStatus D2xxDriver::FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) {
   return fn_.setBitMode(handle, mask, mode);
+}
+FtStatus D2xxDriver::FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) {
+  return fn_.readEE ? fn_.readEE(handle, wordOffset, value) : ft::kNotSupported;
+}
+FtStatus D2xxDriver::FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) {
+  return fn_.writeEE ? fn_.writeEE(handle, wordOffset, value) : ft::kNotSupported;
+}
+FtStatus D2xxDriver::FT_EraseEE(FtHandle handle) {
+  return fn_.eraseEE ? fn_.eraseEE(handle) : ft::kNotSupported;
 }
 
 }  // namespace brevant

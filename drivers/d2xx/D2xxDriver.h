@@ -6,7 +6,8 @@
 // Any library exporting the 18 functions with the vendor's C signatures will
 // do; the tests load the virtual D2XX library this way. FT_ResetPort and
 // FT_CyclePort may be missing (some Linux builds of the vendor's library lack
-// them): those two then answer FT_NOT_SUPPORTED.
+// them): those two then answer FT_NOT_SUPPORTED. So may the three EEPROM
+// functions, which a stand-in library need not have.
 #pragma once
 
 #include <string>
@@ -54,6 +55,9 @@ class D2xxDriver : public Ftd2xx {
   FtStatus FT_SetLatencyTimer(FtHandle handle, uint8_t timer) override;
   FtStatus FT_GetBitMode(FtHandle handle, uint8_t* pins) override;
   FtStatus FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) override;
+  FtStatus FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) override;
+  FtStatus FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) override;
+  FtStatus FT_EraseEE(FtHandle handle) override;
 
  private:
   // The library's C functions, as it exports them.
@@ -76,6 +80,9 @@ class D2xxDriver : public Ftd2xx {
     FtStatus(BREVANT_D2XX_CALL* setLatencyTimer)(FtHandle, uint8_t);
     FtStatus(BREVANT_D2XX_CALL* getBitMode)(FtHandle, uint8_t*);
     FtStatus(BREVANT_D2XX_CALL* setBitMode)(FtHandle, uint8_t, uint8_t);
+    FtStatus(BREVANT_D2XX_CALL* readEE)(FtHandle, uint32_t, uint16_t*);
+    FtStatus(BREVANT_D2XX_CALL* writeEE)(FtHandle, uint32_t, uint16_t);
+    FtStatus(BREVANT_D2XX_CALL* eraseEE)(FtHandle);
   };
 
   SharedLibrary library_;

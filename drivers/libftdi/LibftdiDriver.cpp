@@ -524,4 +524,48 @@ FtStatus LibftdiDriver::FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mod
   });
 }
 
+// The vendor's EEPROM requests, made directly: libftdi's word functions refuse
+// the checksummed area and chips other than a 93C66, and the vendor's driver
+// does neither. The word address goes in the index, a word to write in the value.
+namespace {
+constexpr uint8_t kVendorIn = 0xC0;
+constexpr uint8_t kVendorOut = 0x40;
+constexpr uint8_t kReadEeprom = 0x90;
+constexpr uint8_t kWriteEeprom = 0x91;
+constexpr uint8_t kEraseEeprom = 0x92;
+// The chips decode at most 8 address bits (a 93C66 has 256 words).
+constexpr uint32_t kEepromAddressMask = 0xFF;
+}  // namespace
+
+FtStatus LibftdiDriver::FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) {
+  return OnDevice(handle, [&](Device& device) {
+    if (value == nullptr) return ft::kInvalidParameter;
+    uint8_t word[2] = {};
+    const int code = libusb_control_transfer(device.ftdi->usb_dev, kVendorIn, kReadEeprom, 0,
+                                             static_cast<uint16_t>(wordOffset & kEepromAddressMask),
+                                             word, sizeof word, kControlMs);
+    if (code < 0) return UsbStatus(code);
+    if (code != sizeof word) return ft::kEepromReadFailed;
+    *value = static_cast<uint16_t>(word[0] | word[1] << 8);
+    return ft::kOk;
+  });
+}
+
+FtStatus LibftdiDriver::FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) {
+  return OnDevice(handle, [&](Device& device) {
+    const int code = libusb_control_transfer(device.ftdi->usb_dev, kVendorOut, kWriteEeprom, value,
+                                             static_cast<uint16_t>(wordOffset & kEepromAddressMask),
+                                             nullptr, 0, kControlMs);
+    return code < 0 ? UsbStatus(code) : ft::kOk;
+  });
+}
+
+FtStatus LibftdiDriver::FT_EraseEE(FtHandle handle) {
+  return OnDevice(handle, [&](Device& device) {
+    const int code = libusb_control_transfer(device.ftdi->usb_dev, kVendorOut, kEraseEeprom, 0, 0,
+                                             nullptr, 0, kControlMs);
+    return code < 0 ? UsbStatus(code) : ft::kOk;
+  });
+}
+
 }  // namespace brevant

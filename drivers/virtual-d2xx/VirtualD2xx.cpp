@@ -1,7 +1,7 @@
-// libbrevant-virtual-d2xx.so: the vendor driver's 18 C functions on a virtual
-// bench, so that a program, or Brevant's d2xx backend, loads it in place of the
-// vendor's library and runs with no chip. The bench is the default one, or the
-// bench file named by BREVANT_BENCH, made at the first call.
+// libbrevant-virtual-d2xx.so: the vendor driver's 18 C functions and its three EEPROM
+// functions on a virtual bench, so that a program, or Brevant's d2xx backend, loads it in place of
+// the vendor's library and runs with no chip. The bench is the default one, or the bench file named
+// by BREVANT_BENCH, made at the first call.
 //
 // Only the C functions are exported; the bench code inside stays private to
 // this library even when a program links its own copy.
@@ -76,7 +76,7 @@ EXPORT FtStatus CALL FT_ResetDevice(FtHandle handle) {
 }
 // Some Linux builds of the vendor's library lack these two; a variant of this
 // library without them stands in for such a build.
-#ifndef BREVANT_WITHOUT_PORT_RESETS
+#ifndef BREVANT_WITHOUT_OPTIONAL_FUNCTIONS
 EXPORT FtStatus CALL FT_ResetPort(FtHandle handle) {
   return Driver().FT_ResetPort(handle);
 }
@@ -123,3 +123,14 @@ EXPORT FtStatus CALL FT_GetBitMode(FtHandle handle, uint8_t* pins) {
 EXPORT FtStatus CALL FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) {
   return Driver().FT_SetBitMode(handle, mask, mode);
 }
+#ifndef BREVANT_WITHOUT_OPTIONAL_FUNCTIONS
+EXPORT FtStatus CALL FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) {
+  return Driver().FT_ReadEE(handle, wordOffset, value);
+}
+EXPORT FtStatus CALL FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) {
+  return Driver().FT_WriteEE(handle, wordOffset, value);
+}
+EXPORT FtStatus CALL FT_EraseEE(FtHandle handle) {
+  return Driver().FT_EraseEE(handle);
+}
+#endif

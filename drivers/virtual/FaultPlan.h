@@ -37,8 +37,11 @@ enum class Call {
   kSetLatencyTimer,
   kGetBitMode,
   kSetBitMode,
+  kReadEE,
+  kWriteEE,
+  kEraseEE,
 };
-inline constexpr int kCallCount = 18;
+inline constexpr int kCallCount = 21;
 
 // Their names, in the order of Call, as bench files and the log write them.
 inline constexpr std::array<std::string_view, kCallCount> kCallNames = {
@@ -46,8 +49,9 @@ inline constexpr std::array<std::string_view, kCallCount> kCallNames = {
     "FT_ResetPort",   "FT_CyclePort",      "FT_SetTimeouts",     "FT_GetDeviceInfo",
     "FT_GetStatus",   "FT_GetQueueStatus", "FT_Purge",           "FT_Write",
     "FT_Read",        "FT_SetBaudRate",    "FT_GetLatencyTimer", "FT_SetLatencyTimer",
-    "FT_GetBitMode",  "FT_SetBitMode"};
-static_assert(static_cast<int>(Call::kSetBitMode) + 1 == kCallCount && !kCallNames.back().empty(),
+    "FT_GetBitMode",  "FT_SetBitMode",     "FT_ReadEE",          "FT_WriteEE",
+    "FT_EraseEE"};
+static_assert(static_cast<int>(Call::kEraseEE) + 1 == kCallCount && !kCallNames.back().empty(),
               "one name for each driver function");
 
 enum class FaultKind {

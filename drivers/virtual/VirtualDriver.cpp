@@ -283,4 +283,37 @@ FtStatus VirtualDriver::FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mod
   return ft::kOk;
 }
 
+// A device added alone has no EEPROM; the channels of a part share one.
+FtStatus VirtualDriver::FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) {
+  Lock lock(mutex_);
+  Channel* channel = nullptr;
+  if (const FtStatus status = Enter(Call::kReadEE, handle, channel); status != ft::kOk)
+    return status;
+  if (value == nullptr) return ft::kInvalidParameter;
+  if (channel->Eeprom() == nullptr) return ft::kEepromNotPresent;
+  *value = channel->Eeprom()->ReadWord(wordOffset);
+  return ft::kOk;
+}
+
+FtStatus VirtualDriver::FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) {
+  Lock lock(mutex_);
+  Channel* channel = nullptr;
+  if (const FtStatus status = Enter(Call::kWriteEE, handle, channel); status != ft::kOk)
+    return status;
+  if (channel->Eeprom() == nullptr) return ft::kEepromNotPresent;
+  channel->Eeprom()->WriteWord(wordOffset, value);
+  // Kept files are current before the call returns, as for a flash.
+  return bench_->SaveMemories() ? ft::kOk : ft::kIoError;
+}
+
+FtStatus VirtualDriver::FT_EraseEE(FtHandle handle) {
+  Lock lock(mutex_);
+  Channel* channel = nullptr;
+  if (const FtStatus status = Enter(Call::kEraseEE, handle, channel); status != ft::kOk)
+    return status;
+  if (channel->Eeprom() == nullptr) return ft::kEepromNotPresent;
+  channel->Eeprom()->Erase();
+  return bench_->SaveMemories() ? ft::kOk : ft::kIoError;
+}
+
 }  // namespace brevant::virt

@@ -40,6 +40,9 @@ class VirtualDriver : public Ftd2xx {
   FtStatus FT_SetLatencyTimer(FtHandle handle, uint8_t timer) override;
   FtStatus FT_GetBitMode(FtHandle handle, uint8_t* pins) override;
   FtStatus FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) override;
+  FtStatus FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) override;
+  FtStatus FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) override;
+  FtStatus FT_EraseEE(FtHandle handle) override;
 
  private:
   // Counts the call, charges its time, runs a planned vanish, and returns the

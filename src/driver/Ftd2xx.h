@@ -1,5 +1,6 @@
 // The driver interface: the 18 functions of the chip vendor's D2XX driver that
-// Brevant calls, with the vendor driver's semantics. Only clsFTD2xx calls it.
+// Brevant's classes call, and the three that read and program the configuration
+// EEPROM, with the vendor driver's semantics. Only clsFTD2xx calls it.
 //
 // Backends (the virtual bench, the vendor library, libftdi) implement this class.
 // Each function returns a status (ft::kOk or one of the failure codes below) and
@@ -146,6 +147,18 @@ class Ftd2xx {
   // Switches the channel's mode (0 reset, 2 MPSSE, 4 synchronous bit-bang, 0x10
   // opto, ...); `mask` sets pin directions where the mode uses it (1 = output).
   virtual FtStatus FT_SetBitMode(FtHandle handle, uint8_t mask, uint8_t mode) = 0;
+
+  // The part's configuration EEPROM, one 16-bit word at a time; any channel's
+  // handle reaches the one EEPROM of its part. Word addresses beyond the chip
+  // wrap round as the chip ignores the bits it lacks. The chip does not check
+  // what is written: a wrong checksum only shows at the next power-up, when the
+  // part falls back to its factory defaults. kEepromNotPresent when the part
+  // has no EEPROM; `value` is left untouched on any failure.
+  virtual FtStatus FT_ReadEE(FtHandle handle, uint32_t wordOffset, uint16_t* value) = 0;
+  virtual FtStatus FT_WriteEE(FtHandle handle, uint32_t wordOffset, uint16_t value) = 0;
+  // Sets every word to 0xFFFF, as a blank chip reads. The part then starts with
+  // its factory defaults until the EEPROM is programmed again.
+  virtual FtStatus FT_EraseEE(FtHandle handle) = 0;
 };
 
 }  // namespace brevant

@@ -358,4 +358,33 @@ uint8_t clsFTD2xx::FTBitMode() const {
   return BitMode;
 }
 
+uint16_t clsFTD2xx::FTReadEE(uint8_t WordOffset) {
+  RequireOpened();
+  uint16_t value = 0;
+  const int32_t status = Signed(driver_->FT_ReadEE(Handle, WordOffset, &value));
+  if (LogSink) {
+    LogCall(TextSubstitute("FT_ReadEE (0x%1, %2, 0x%3) = %4", HandleText(), WordOffset,
+                           HexText(value, 4), status));
+  }
+  FTCheckStatus(status);
+  return value;
+}
+
+void clsFTD2xx::FTWriteEE(uint8_t WordOffset, uint16_t Value) {
+  RequireOpened();
+  const int32_t status = Signed(driver_->FT_WriteEE(Handle, WordOffset, Value));
+  if (LogSink) {
+    LogCall(TextSubstitute("FT_WriteEE (0x%1, %2, 0x%3) = %4", HandleText(), WordOffset,
+                           HexText(Value, 4), status));
+  }
+  FTCheckStatus(status);
+}
+
+void clsFTD2xx::FTEraseEE() {
+  RequireOpened();
+  const int32_t status = Signed(driver_->FT_EraseEE(Handle));
+  if (LogSink) LogCall(TextSubstitute("FT_EraseEE (0x%1) = %2", HandleText(), status));
+  FTCheckStatus(status);
+}
+
 }  // namespace brevant

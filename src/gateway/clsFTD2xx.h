@@ -72,6 +72,11 @@ class clsFTD2xx {
   uint8_t FTGetBitMode();
   void FTSetBitMode(uint8_t Mask, uint8_t Mode);
   uint8_t FTBitMode() const;
+  // The part's configuration EEPROM, one word at a time; any channel's device
+  // reaches its part's one EEPROM. Change no state of the gateway.
+  uint16_t FTReadEE(uint8_t WordOffset);
+  void FTWriteEE(uint8_t WordOffset, uint16_t Value);
+  void FTEraseEE();
 
  private:
   void RequireOpened() const;

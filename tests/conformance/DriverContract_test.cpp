@@ -193,6 +193,33 @@ TEST_P(DriverContract, BitModesPinsAndLatency) {
   EXPECT_EQ(driver->FT_Close(mpsse), ft::kOk);
 }
 
+// The two channels of device 0's part share one EEPROM of 128 words, whose
+// word 1 holds the vendor id; addresses wrap round at the chip's size.
+TEST_P(DriverContract, EepromWordsAreThePartsAndEraseBlanksThem) {
+  FtHandle a = Open(0), b = Open(1);
+  uint16_t word = 0;
+  EXPECT_EQ(driver->FT_ReadEE(b, 1, &word), ft::kOk);
+  EXPECT_EQ(word, 0x0403);
+  const struct {
+    uint32_t written, read;
+    uint16_t value;
+  } kCases[] = {{0x40, 0x40, 0x8001}, {0x7F, 0x7F, 0x0180}, {0x80 + 0x41, 0x41, 0xC003}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.written);
+    EXPECT_EQ(driver->FT_WriteEE(a, c.written, c.value), ft::kOk);
+    EXPECT_EQ(driver->FT_ReadEE(b, c.read, &word), ft::kOk);
+    EXPECT_EQ(word, c.value);
+  }
+  EXPECT_EQ(driver->FT_EraseEE(b), ft::kOk);
+  for (uint32_t address : {0u, 1u, 0x7Fu}) {
+    EXPECT_EQ(driver->FT_ReadEE(a, address, &word), ft::kOk);
+    EXPECT_EQ(word, 0xFFFF) << address;
+  }
+  EXPECT_EQ(driver->FT_Close(a), ft::kOk);
+  EXPECT_EQ(driver->FT_ReadEE(a, 1, &word), ft::kInvalidHandle);
+  EXPECT_EQ(driver->FT_Close(b), ft::kOk);
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryBackend, DriverContract, ::testing::ValuesIn(kBackends),
                          [](const auto& info) { return info.param.name; });
 

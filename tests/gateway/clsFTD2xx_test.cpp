@@ -154,6 +154,12 @@ const MemberCase kMembers[] = {
      "FT_GetBitMode(0x00000A3C, 0xFF) = 0"},
     {"SetBitMode", Call::kSetBitMode, [](G& g, T&) { g.FTSetBitMode(0xEC, 0x10); },
      "FT_SetBitMode (0x00000A3C, 0xEC, 0x10) = 0", "open t100/100 m16 b9600"},
+    // Word 1 holds the vendor id; the offset in decimal, the word in four digits.
+    {"ReadEE", Call::kReadEE, [](G& g, T&) { EXPECT_EQ(g.FTReadEE(1), 0x0403); },
+     "FT_ReadEE (0x00000A3C, 1, 0x0403) = 0"},
+    {"WriteEE", Call::kWriteEE, [](G& g, T&) { g.FTWriteEE(127, 0x0B0E); },
+     "FT_WriteEE (0x00000A3C, 127, 0x0B0E) = 0"},
+    {"EraseEE", Call::kEraseEE, [](G& g, T&) { g.FTEraseEE(); }, "FT_EraseEE (0x00000A3C) = 0"},
 };
 
 class MemberTest : public GatewayTest, public ::testing::WithParamInterface<MemberCase> {};

@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "EepromCommand.h"
 #include "EmulateCommand.h"
 #include "FifoCommand.h"
 #include "GpioCommand.h"
@@ -116,6 +117,7 @@ int Run(int argc, char** argv) {
   const brevant::tool::JtagCommand jtag(app);
   const brevant::tool::I2cCommand i2c(app);
   const brevant::tool::FifoCommand fifo(app);
+  const brevant::tool::EepromCommand eeprom(app);
   const brevant::tool::VersionCommand version(app);
   const brevant::tool::SelectCommand select(app);
   const brevant::tool::EmulateCommand emulate(app);
@@ -141,6 +143,7 @@ int Run(int argc, char** argv) {
     if (jtag.Chosen()) jtag.Run(log);
     if (i2c.Chosen()) i2c.Run(log);
     if (fifo.Chosen()) fifo.Run(log);
+    if (eeprom.Chosen()) eeprom.Run(log, std::cin, std::cout);
     if (version.Chosen()) std::cout << version.Text(driver) << '\n';
     if (select.Chosen()) select.Run(log);
   } catch (const CLI::RequiredError& e) {
